@@ -1,0 +1,42 @@
+// UEventLoop: the process's single first-in first-out event queue, drained
+// by the main thread. postEvent() may be called from any thread; the lock is
+// held only for one push or pop, never while an event is processed.
+//
+// Events still queued when the loop is destroyed are destroyed with it
+// (without being processed), so nothing posted is leaked.
+#ifndef UEVENTLOOP_H
+#define UEVENTLOOP_H
+
+#include <atomic>
+#include <deque>
+
+#include "sysmutex.h"
+#include "syssemaphore.h"
+
+class UAgent;
+class UEvent;
+
+class UEventLoop {
+public:
+    UEventLoop();
+    ~UEventLoop();
+    UEventLoop(const UEventLoop&) = delete;
+    UEventLoop& operator=(const UEventLoop&) = delete;
+
+    void postEvent(UEvent* event);
+    void run();
+    void stop();
+    void removeEventByTarget(UAgent* target);
+
+    bool isStopped() const { return m_stopped.load(); }
+    // Number of queued events (for diagnostics and tests).
+    unsigned int pending();
+
+private:
+    std::deque<UEvent*> m_queue;
+    SysMutex m_mutex;
+    SysSemaphore m_semaphore;
+    std::atomic<bool> m_stopped;
+};
+
+#endif
