@@ -79,6 +79,13 @@ public:
 
     static UString getPhoneletName(char number);
 
+    // Posts through the current instance's postEvent(), or destroys the
+    // event when there is no application. Safe from any thread: it
+    // excludes the destructor's clearing of the instance, so an event
+    // posted by another thread (a timer firing) never reaches an event loop
+    // that is being destroyed.
+    static void postThroughInstance(UEvent* event);
+
 private:
     static UApplication* appInstance;
 

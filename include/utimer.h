@@ -25,7 +25,7 @@ public:
     void setInterval(unsigned long long ms);
     void setSingleShot(bool singleShot);
     bool isRunning() const { return m_running.load(); }
-    bool isSingleShot() const { return m_singleShot; }
+    bool isSingleShot() const { return m_singleShot.load(); }
     unsigned long long getElapsedTime() const { return m_elapsed.load(); }
     unsigned long long getIntervalTime() const { return m_interval.load(); }
     unsigned short id() const { return m_id; }
@@ -45,7 +45,7 @@ private:
     unsigned short m_id;
     std::atomic<unsigned long long> m_interval;
     std::atomic<unsigned long long> m_elapsed;
-    bool m_singleShot;
+    std::atomic<bool> m_singleShot;
     std::atomic<bool> m_running;
 };
 

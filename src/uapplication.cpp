@@ -1,0 +1,177 @@
+#include "uapplication.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <mutex>
+#include <sstream>
+
+#include "uevent.h"
+#include "ueventloop.h"
+#include "ukeyevent.h"
+#include "uscreenifc.h"
+
+const UString UApplication::DESKTOPPHONELET("DesktopPhonelet");
+const UString UApplication::APPLAUNCHERPHONELET("AppLauncherPhonelet");
+const UString UApplication::CALLVIEWPHONELET("CallViewPhonelet");
+const UString UApplication::ADMINPHONELET("AdminPhonelet");
+const UString UApplication::CALLLOGPHONELET("CallLogPhonelet");
+const UString UApplication::LDAPPHONELET("LDAPPhonelet");
+const UString UApplication::MESSAGESPHONELET("MessagesPhonelet");
+
+UApplication* UApplication::appInstance = nullptr;
+
+namespace {
+
+// Guards the instance pointer against posts from other threads while the
+// destructor clears it. Recursive, because a derived postEvent() may post.
+std::recursive_mutex& instanceMutex()
+{
+    static std::recursive_mutex* m = new std::recursive_mutex;
+    return *m;
+}
+
+// A failed construction check stops the process in every build type, in
+// the C library's own assertion format.
+void requireOrDie(bool ok, const char* condition, unsigned int line, const char* function)
+{
+    if (ok)
+        return;
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s: %s:%u: %s: Assertion `%s' failed.\n", program_invocation_short_name,
+                 "src/uapplication.cpp", line, function, condition);
+    std::fflush(stderr);
+    std::abort();
+}
+
+void writeLine(const std::string& text)
+{
+    std::ostringstream os;
+    os << text;
+    std::cout << os.str() << std::endl;
+}
+
+} // namespace
+
+UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication::UIMode mode)
+    : UAgent(nullptr), m_screen(nullptr), m_keyListener(nullptr), m_eventLoop(nullptr),
+      m_windowManager(nullptr), m_fontManager(nullptr), m_appServer(nullptr),
+      m_appClient(nullptr), m_uiMode(mode), m_appName(name), m_locale(UGlobal::Latin),
+      m_enabled(false)
+{
+    m_screen = screen;
+    requireOrDie(appInstance == nullptr,
+                 "appInstance == nullptr && \"UERROR: UApplication is already created\"",
+                 __LINE__, __PRETTY_FUNCTION__);
+    requireOrDie(screen != nullptr, "screen != nullptr && \"UERROR: Screen is NUL\"", __LINE__,
+                 __PRETTY_FUNCTION__);
+    {
+        std::lock_guard<std::recursive_mutex> lock(instanceMutex());
+        appInstance = this;
+    }
+
+    // SERVICE: application server (ServerMode: create, start, waitForStart)
+
+    m_eventLoop = new UEventLoop();
+    // SERVICE: window manager
+    // SERVICE: font manager
+
+    // SERVICE: key listener (ServerMode)
+
+    // SERVICE: window manager init
+
+    // SERVICE: application client (ServerMode and ClientMode)
+}
+
+UApplication::~UApplication()
+{
+    {
+        std::lock_guard<std::recursive_mutex> lock(instanceMutex());
+        appInstance = nullptr;
+    }
+    // SERVICE: key listener destroy
+    // SERVICE: font manager destroy
+    delete m_eventLoop;
+    m_eventLoop = nullptr;
+    // SERVICE: window manager destroy
+    delete m_screen;
+    m_screen = nullptr;
+    // SERVICE: application server destroy
+    // SERVICE: application client destroy
+}
+
+UApplication* UApplication::instance()
+{
+    return appInstance;
+}
+
+void UApplication::postThroughInstance(UEvent* event)
+{
+    if (!event)
+        return;
+    std::lock_guard<std::recursive_mutex> lock(instanceMutex());
+    if (appInstance)
+        appInstance->postEvent(event);
+    else
+        delete event;
+}
+
+void UApplication::run()
+{
+    if (m_eventLoop)
+        m_eventLoop->run();
+}
+
+void UApplication::stop()
+{
+    if (m_eventLoop)
+        m_eventLoop->stop();
+}
+
+void UApplication::postEvent(UEvent* event)
+{
+    if (!event)
+        return;
+    if (m_eventLoop)
+        m_eventLoop->postEvent(event);
+    else
+        delete event;
+}
+
+void UApplication::event(UEvent* e)
+{
+    (void)e;
+    writeLine("No focused widget found, consuming event");
+}
+
+bool UApplication::keyEvent(UKeyEvent* e)
+{
+    (void)e;
+    writeLine("No focused widget found, consuming keyEvent");
+    return false;
+}
+
+void UApplication::requestFullScreen()
+{
+    // SERVICE: client requestFullScreen (ClientMode only)
+}
+
+void UApplication::releaseFullScreen()
+{
+    // SERVICE: client releaseFullScreen (ClientMode only)
+}
+
+UString UApplication::getPhoneletName(char number)
+{
+    switch (static_cast<signed char>(number)) {
+    case 1: return DESKTOPPHONELET;
+    case 2: return APPLAUNCHERPHONELET;
+    case 3: return CALLVIEWPHONELET;
+    case 4: return ADMINPHONELET;
+    case 5: return CALLLOGPHONELET;
+    case 6: return LDAPPHONELET;
+    case 7: return MESSAGESPHONELET;
+    default: return UString();
+    }
+}
