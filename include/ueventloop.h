@@ -29,10 +29,17 @@ public:
     void removeEventByTarget(UAgent* target);
 
     bool isStopped() const { return m_stopped.load(); }
+    // Processes queued events on the calling thread without waiting, until
+    // the queue is empty (events posted meanwhile included) or `max`
+    // events have been processed; returns how many were. Ignores the stop
+    // flag. For tests and tools that drive the loop step by step.
+    unsigned int processPendingEvents(unsigned int max = 0xFFFFFFFFu);
     // Number of queued events (for diagnostics and tests).
     unsigned int pending();
 
 private:
+    UEvent* takeFront();
+
     std::deque<UEvent*> m_queue;
     SysMutex m_mutex;
     SysSemaphore m_semaphore;

@@ -27,6 +27,11 @@ public:
     // registration order, under the manager's lock. The thread calls it
     // every 10 ms; tests call it to drive timers deterministically.
     void tick(unsigned long long ms = 10);
+    // While paused, the thread keeps its schedule but advances no timer;
+    // time is then driven by tick() alone. For deterministic tests and for
+    // simulators that freeze time.
+    void setPaused(bool paused) { m_paused.store(paused); }
+    bool isPaused() const { return m_paused.load(); }
     // Number of registered entries (for diagnostics and tests).
     unsigned int count();
     // Number of 10 ms ticks run by the thread since it started.
@@ -45,6 +50,7 @@ private:
     std::list<UTimer*> m_timers;
     SysMutex m_mutex;
     std::atomic<unsigned long long> m_ticks;
+    std::atomic<bool> m_paused;
 };
 
 #endif

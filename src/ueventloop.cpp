@@ -30,30 +30,53 @@ void UEventLoop::postEvent(UEvent* event)
     m_semaphore.give();
 }
 
+UEvent* UEventLoop::takeFront()
+{
+    m_mutex.take();
+    if (m_queue.empty()) {
+        m_mutex.give();
+        return nullptr;
+    }
+    UEvent* e = m_queue.front();
+    m_queue.pop_front();
+    m_mutex.give();
+    // Keep the count in step with the queue. Taking without waiting also
+    // copes with gives dropped at the semaphore's maximum count (more than
+    // 65535 events queued): no event is ever left behind.
+    (void)m_semaphore.take(0);
+    return e;
+}
+
 void UEventLoop::run()
 {
     if (m_stopped.load())
         return;
     for (;;) {
-        m_mutex.take();
-        if (m_queue.empty()) {
-            m_mutex.give();
+        UEvent* e = takeFront();
+        if (!e) {
             // Blocks until an event is posted; never polls.
             m_semaphore.take(-1);
             continue;
         }
-        UEvent* e = m_queue.front();
-        m_queue.pop_front();
-        m_mutex.give();
-        // Keep the count in step with the queue. Taking without waiting
-        // also copes with gives dropped at the semaphore's maximum count
-        // (more than 65535 events queued): no event is ever left behind.
-        (void)m_semaphore.take(0);
         e->process();
         delete e;
         if (m_stopped.load())
             return;
     }
+}
+
+unsigned int UEventLoop::processPendingEvents(unsigned int max)
+{
+    unsigned int done = 0;
+    while (done < max) {
+        UEvent* e = takeFront();
+        if (!e)
+            break;
+        e->process();
+        delete e;
+        ++done;
+    }
+    return done;
 }
 
 void UEventLoop::stop()

@@ -17,7 +17,7 @@ UTimerManager* UTimerManager::instance()
     return m_uniqueInstance;
 }
 
-UTimerManager::UTimerManager() : m_mutex(SysMutexUnlocked), m_ticks(0)
+UTimerManager::UTimerManager() : m_mutex(SysMutexUnlocked), m_ticks(0), m_paused(false)
 {
     start();
 }
@@ -94,7 +94,8 @@ void UTimerManager::run()
             sec = now.tv_sec;
             nsec = now.tv_nsec;
         }
-        tick(10);
+        if (!m_paused.load())
+            tick(10);
         m_ticks.fetch_add(1);
         addTenMilliseconds(sec, nsec);
     }
