@@ -1,0 +1,182 @@
+// Event throughput of the toolkit's loop against a bare mutex +
+// condition-variable + deque queue doing the same work (heap events with a
+// virtual process() and delete), and the timer manager's drift.
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include <benchmark/benchmark.h>
+
+#include "uapplication.h"
+#include "uevent.h"
+#include "ueventloop.h"
+#include "uscreenifc.h"
+#include "utimer.h"
+#include "utimermanager.h"
+
+namespace {
+
+const int kBatch = 1000;
+
+struct NullScreen : UScreenIfc {
+    unsigned char b[1] = {0};
+    unsigned short width() const override { return 0; }
+    unsigned short height() const override { return 0; }
+    unsigned short stride() const override { return 0; }
+    unsigned char* buffer() override { return b; }
+    unsigned char* scanLine(unsigned short) override { return b; }
+    unsigned char pixel(unsigned short, unsigned short) const override { return 255; }
+    void setPixel(unsigned short, unsigned short, unsigned char) override {}
+    bool fill(unsigned short, unsigned short, unsigned char, int) override { return true; }
+};
+
+struct Counter : UAgent {
+    long long n = 0;
+    bool stopAtEnd = false;
+    long long end = 0;
+    void event(UEvent*) override
+    {
+        if (++n == end && stopAtEnd)
+            UApplication::instance()->stop();
+    }
+};
+
+// The reference: the simplest correct cross-thread queue.
+struct RefEvent {
+    virtual ~RefEvent() {}
+    virtual void process(long long& n) { ++n; }
+};
+struct RefQueue {
+    std::mutex m;
+    std::condition_variable cv;
+    std::deque<RefEvent*> q;
+    void post(RefEvent* e)
+    {
+        {
+            std::lock_guard<std::mutex> l(m);
+            q.push_back(e);
+        }
+        cv.notify_one();
+    }
+    RefEvent* take()
+    {
+        std::unique_lock<std::mutex> l(m);
+        cv.wait(l, [this] { return !q.empty(); });
+        RefEvent* e = q.front();
+        q.pop_front();
+        return e;
+    }
+};
+
+void BM_Utk_SameThread(benchmark::State& state)
+{
+    UApplication app("bench", new NullScreen, UApplication::UIMode(0));
+    Counter c;
+    for (auto _ : state) {
+        for (int i = 0; i < kBatch; ++i)
+            app.postEvent(new UEvent(&c, 0));
+        app.eventLoop()->processPendingEvents();
+    }
+    state.SetItemsProcessed(state.iterations() * kBatch);
+}
+BENCHMARK(BM_Utk_SameThread)->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_Ref_SameThread(benchmark::State& state)
+{
+    RefQueue q;
+    long long n = 0;
+    for (auto _ : state) {
+        for (int i = 0; i < kBatch; ++i)
+            q.post(new RefEvent);
+        for (int i = 0; i < kBatch; ++i) {
+            RefEvent* e = q.take();
+            e->process(n);
+            delete e;
+        }
+    }
+    benchmark::DoNotOptimize(n);
+    state.SetItemsProcessed(state.iterations() * kBatch);
+}
+BENCHMARK(BM_Ref_SameThread)->Repetitions(5)->ReportAggregatesOnly(true);
+
+// A second thread posts; the main thread runs the loop until the last one.
+void BM_Utk_CrossThread(benchmark::State& state)
+{
+    for (auto _ : state) {
+        state.PauseTiming();
+        UApplication* app = new UApplication("bench", new NullScreen, UApplication::UIMode(0));
+        Counter c;
+        c.stopAtEnd = true;
+        c.end = kBatch;
+        state.ResumeTiming();
+        std::thread producer([&] {
+            for (int i = 0; i < kBatch; ++i)
+                app->postEvent(new UEvent(&c, 0));
+        });
+        app->run();
+        producer.join();
+        state.PauseTiming();
+        delete app;
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * kBatch);
+}
+BENCHMARK(BM_Utk_CrossThread)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+
+void BM_Ref_CrossThread(benchmark::State& state)
+{
+    for (auto _ : state) {
+        RefQueue q;
+        long long n = 0;
+        std::thread producer([&] {
+            for (int i = 0; i < kBatch; ++i)
+                q.post(new RefEvent);
+        });
+        for (int i = 0; i < kBatch; ++i) {
+            RefEvent* e = q.take();
+            e->process(n);
+            delete e;
+        }
+        producer.join();
+        benchmark::DoNotOptimize(n);
+    }
+    state.SetItemsProcessed(state.iterations() * kBatch);
+}
+BENCHMARK(BM_Ref_CrossThread)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+
+// Runs the manager for `seconds` and reports how far its tick count fell
+// behind the monotonic clock (ticks expected minus ticks run, in ms), and
+// how far a 1000 ms timer's firings are from one per second.
+void BM_TimerDrift(benchmark::State& state)
+{
+    const double seconds = static_cast<double>(state.range(0));
+    UApplication app("bench", new NullScreen, UApplication::UIMode(0));
+    Counter c;
+    UTimer timer(&c, 1000);
+    UTimerManager* m = UTimerManager::instance();
+    for (auto _ : state) {
+        c.n = 0;
+        unsigned long long t0 = m->ticks();
+        auto start = std::chrono::steady_clock::now();
+        timer.start();
+        while (std::chrono::steady_clock::now() - start < std::chrono::duration<double>(seconds)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            app.eventLoop()->processPendingEvents();
+        }
+        double elapsedMs = std::chrono::duration<double, std::milli>(
+                               std::chrono::steady_clock::now() - start).count();
+        unsigned long long ran = m->ticks() - t0;
+        timer.stop();
+        state.counters["tick_lag_ms"] = elapsedMs - 10.0 * static_cast<double>(ran);
+        state.counters["timer_fires"] = static_cast<double>(c.n);
+        state.counters["expected_fires"] = static_cast<double>(static_cast<long long>(elapsedMs / 1000.0));
+    }
+}
+BENCHMARK(BM_TimerDrift)->Arg(10)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
+
+} // namespace
+
+BENCHMARK_MAIN();
