@@ -9,8 +9,11 @@
 
 #include "uevent.h"
 #include "ueventloop.h"
+#include "ufontmanager.h"
 #include "ukeyevent.h"
 #include "uscreenifc.h"
+#include "uwidget.h"
+#include "uwindowmanager.h"
 
 const UString UApplication::DESKTOPPHONELET("DesktopPhonelet");
 const UString UApplication::APPLAUNCHERPHONELET("AppLauncherPhonelet");
@@ -74,12 +77,12 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
     // SERVICE: application server (ServerMode: create, start, waitForStart)
 
     m_eventLoop = new UEventLoop();
-    // SERVICE: window manager
-    // SERVICE: font manager
+    m_windowManager = new UWindowManager();
+    m_fontManager = new UFontManager();
 
     // SERVICE: key listener (ServerMode)
 
-    // SERVICE: window manager init
+    m_windowManager->init();
 
     // SERVICE: application client (ServerMode and ClientMode)
 }
@@ -91,10 +94,12 @@ UApplication::~UApplication()
         appInstance = nullptr;
     }
     // SERVICE: key listener destroy
-    // SERVICE: font manager destroy
+    delete m_fontManager;
+    m_fontManager = nullptr;
     delete m_eventLoop;
     m_eventLoop = nullptr;
-    // SERVICE: window manager destroy
+    delete m_windowManager;
+    m_windowManager = nullptr;
     delete m_screen;
     m_screen = nullptr;
     // SERVICE: application server destroy
@@ -141,15 +146,27 @@ void UApplication::postEvent(UEvent* event)
 
 void UApplication::event(UEvent* e)
 {
-    (void)e;
-    writeLine("No focused widget found, consuming event");
+    UWidget* window = m_windowManager ? m_windowManager->activeWindow() : nullptr;
+    if (!window) {
+        writeLine("No focused widget found, consuming event");
+        return;
+    }
+    if (e->getType() == UEvent::AppShow) {
+        window->setVisible(true);
+        window->refresh();
+    } else if (e->getType() == UEvent::AppHide) {
+        window->setVisible(false);
+    }
 }
 
 bool UApplication::keyEvent(UKeyEvent* e)
 {
-    (void)e;
-    writeLine("No focused widget found, consuming keyEvent");
-    return false;
+    UWidget* window = m_windowManager ? m_windowManager->activeWindow() : nullptr;
+    if (!window) {
+        writeLine("No focused widget found, consuming keyEvent");
+        return false;
+    }
+    return window->keyEvent(e);
 }
 
 void UApplication::requestFullScreen()

@@ -1,0 +1,442 @@
+#include "udrawer.h"
+
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include <hb-ft.h>
+#include <hb.h>
+
+#include "syshardwareversion.h"
+#include "uapplication.h"
+#include "ufontmanager.h"
+#include "uscreenifc.h"
+
+namespace {
+
+const uint16_t MARKER_FIRST = 0xE000;
+const uint16_t MARKER_LAST = 0xE002;
+
+// The baseline lies this many pixels below the y given to the text
+// operations; marker glyphs sit MARKER_DROP pixels lower still.
+const int BASELINE = 10;
+const int MARKER_DROP = 3;
+
+int sign16(int16_t v)
+{
+    return (v > 0) - (v < 0);
+}
+
+int abs16(int16_t v)
+{
+    return v < 0 ? -static_cast<int>(v) : static_cast<int>(v);
+}
+
+UFTHBFont lookupFont(const UString& name)
+{
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
+        return UFTHBFont();
+    return app->fontManager()->getFont(name);
+}
+
+// A shaped text: a fresh buffer shaped in the application's locale. The
+// buffer is destroyed with the object, whichever way its user ends.
+class ShapedText {
+public:
+    ShapedText(const UFTHBFont& f, const UString& text) : m_buffer(nullptr)
+    {
+        if (f.isNull())
+            return;
+        hb_buffer_t* b = hb_buffer_create();
+        if (b == nullptr || !hb_buffer_allocation_successful(b)) {
+            if (b)
+                hb_buffer_destroy(b);
+            return;
+        }
+        m_buffer = b;
+        adjustBufferForLocale(b);
+        hb_buffer_guess_segment_properties(b);
+        const std::string utf8 = text.toUTF8();
+        hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
+        hb_shape(f.m_font, b, nullptr, 0);
+    }
+    ~ShapedText()
+    {
+        if (m_buffer)
+            hb_buffer_destroy(m_buffer);
+    }
+    ShapedText(const ShapedText&) = delete;
+    ShapedText& operator=(const ShapedText&) = delete;
+
+    unsigned int count() const
+    {
+        return m_buffer ? hb_buffer_get_length(m_buffer) : 0;
+    }
+    const hb_glyph_info_t* infos() const
+    {
+        return hb_buffer_get_glyph_infos(m_buffer, nullptr);
+    }
+    const hb_glyph_position_t* positions() const
+    {
+        return hb_buffer_get_glyph_positions(m_buffer, nullptr);
+    }
+
+private:
+    hb_buffer_t* m_buffer;
+};
+
+} // namespace
+
+void adjustBufferForLocale(hb_buffer_t* buffer)
+{
+    UApplication* app = UApplication::instance();
+    const int locale = app ? static_cast<int>(app->getLocale()) : 0;
+    hb_direction_t direction = HB_DIRECTION_LTR;
+    hb_script_t script = HB_SCRIPT_LATIN;
+    const char* language = "en";
+    switch (locale) {
+    case UGlobal::Hangul:
+        script = HB_SCRIPT_HANGUL;
+        language = "kr";
+        break;
+    case UGlobal::Han:
+        script = HB_SCRIPT_HAN;
+        language = "ch";
+        break;
+    case UGlobal::Katakana:
+        script = HB_SCRIPT_KATAKANA;
+        language = "jp";
+        break;
+    case UGlobal::Arabic:
+        direction = HB_DIRECTION_RTL;
+        script = HB_SCRIPT_ARABIC;
+        language = "ar";
+        break;
+    default:
+        break;
+    }
+    hb_buffer_set_direction(buffer, direction);
+    hb_buffer_set_script(buffer, script);
+    hb_buffer_set_language(buffer, hb_language_from_string(language, 2));
+}
+
+void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x, unsigned short y)
+{
+    if (drawer == nullptr || bitmap == nullptr || bitmap->buffer == nullptr || bitmap->rows == 0 ||
+        bitmap->pitch <= 0)
+        return;
+    const unsigned int pitch = static_cast<unsigned int>(bitmap->pitch);
+    for (unsigned int r = 0; r < bitmap->rows; ++r) {
+        const unsigned char* row = bitmap->buffer + r * pitch;
+        const uint16_t py = static_cast<uint16_t>(y + r);
+        for (unsigned int b = 0; b < pitch; ++b) {
+            const uint8_t byte = row[b];
+            if (byte == 0)
+                continue;
+            for (int k = 0; k < 8; ++k) {
+                if (byte & (1u << k))
+                    drawer->drawPixel(static_cast<uint16_t>(x + 8 * b + 7 - k), py);
+            }
+        }
+    }
+}
+
+UDrawer::UDrawer()
+    : m_screen(UApplication::instance() ? UApplication::instance()->screen() : nullptr),
+      m_pen(0),
+      m_brush(255),
+      m_translationX(0),
+      m_translationY(0),
+      m_marker(false),
+      m_dashBlack(4),
+      m_dashWhite(3),
+      m_dashGapAdjustment(1)
+{
+    if (m_screen) {
+        m_screen->begin();
+        m_clipRect = URect(0, 0, m_screen->width(), m_screen->height());
+    }
+}
+
+UDrawer::~UDrawer()
+{
+    if (m_screen)
+        m_screen->end();
+}
+
+void UDrawer::translate(unsigned short dx, unsigned short dy)
+{
+    m_translationX = static_cast<uint16_t>(m_translationX + dx);
+    m_translationY = static_cast<uint16_t>(m_translationY + dy);
+}
+
+void UDrawer::resetTranslation()
+{
+    m_translationX = 0;
+    m_translationY = 0;
+}
+
+void UDrawer::setNumbersBlackAndWhitePixelsForDashedLine(signed char black, signed char white)
+{
+    m_dashBlack = black;
+    m_dashWhite = white;
+}
+
+void UDrawer::drawPixel(unsigned short x, unsigned short y)
+{
+    drawPixel(x, y, m_pen);
+}
+
+void UDrawer::drawPixel(unsigned short x, unsigned short y, unsigned char value)
+{
+    if (y > MAX_Y || x > MAX_X)
+        return;
+    if (!m_clipRect.isInside(x, y))
+        return;
+    if (m_screen)
+        m_screen->setPixel(static_cast<uint16_t>(x + m_translationX),
+                           static_cast<uint16_t>(y + m_translationY), value);
+}
+
+void UDrawer::drawLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2)
+{
+    walkLine(x1, y1, x2, y2, false);
+}
+
+void UDrawer::drawLine(const UPoint& p1, const UPoint& p2)
+{
+    drawLine(p1.getX(), p1.getY(), p2.getX(), p2.getY());
+}
+
+void UDrawer::drawDashedLine(unsigned short x1, unsigned short y1, unsigned short x2,
+                             unsigned short y2)
+{
+    walkLine(x1, y1, x2, y2, true);
+}
+
+void UDrawer::walkLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
+                       bool dashed)
+{
+    if (y1 > MAX_Y || x1 > MAX_X || y2 > MAX_Y || x2 > MAX_X)
+        return;
+    if (m_screen && m_screen->drawLine(x1, y1, x2, y2))
+        return;
+
+    const int16_t dx = static_cast<int16_t>(x2 - x1);
+    const int16_t dy = static_cast<int16_t>(y2 - y1);
+    const int sx = sign16(dx);
+    const int sy = sign16(dy);
+    const int ax = 2 * abs16(dx);
+    const int ay = 2 * abs16(dy);
+
+    // Dash state: the first pixel always belongs to a run.
+    int blackCounter = 1;
+    int whiteCounter = 0;
+    auto plot = [&](uint16_t x, uint16_t y) {
+        if (!dashed) {
+            drawPixel(x, y);
+        } else if (m_dashBlack > blackCounter) {
+            ++blackCounter;
+            drawPixel(x, y);
+        } else if (whiteCounter >= m_dashWhite - m_dashGapAdjustment) {
+            blackCounter = 0;
+            whiteCounter = 0;
+        } else {
+            ++whiteCounter;
+        }
+    };
+
+    uint16_t x = x1;
+    uint16_t y = y1;
+    drawPixel(x, y);
+    if (ax >= ay) {
+        if (x1 == x2)
+            return;
+        int e = ay - ax / 2;
+        while (x != x2) {
+            if (e > 0 || (e == 0 && sx > 0)) {
+                y = static_cast<uint16_t>(y + sy);
+                e += ay - ax;
+            } else {
+                e += ay;
+            }
+            x = static_cast<uint16_t>(x + sx);
+            plot(x, y);
+        }
+    } else {
+        int e = ax - ay / 2;
+        while (y != y2) {
+            if (e > 0 || (e == 0 && sy > 0)) {
+                x = static_cast<uint16_t>(x + sx);
+                e += ax - ay;
+            } else {
+                e += ax;
+            }
+            y = static_cast<uint16_t>(y + sy);
+            plot(x, y);
+        }
+    }
+}
+
+void UDrawer::drawRect(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2)
+{
+    drawLine(x1, y1, x2, y1);
+    drawLine(x1, y1, x1, y2);
+    drawLine(x1, y2, x2, y2);
+    drawLine(x2, y1, x2, y2);
+}
+
+void UDrawer::drawRect(const UPoint& p1, const UPoint& p2)
+{
+    drawRect(p1.getX(), p1.getY(), p2.getX(), p2.getY());
+}
+
+void UDrawer::drawRect(const URect& r)
+{
+    drawRect(r.getLeft(), r.getTop(), r.getRight(), r.getBottom());
+}
+
+void UDrawer::fillRect(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2)
+{
+    if (y1 > MAX_Y || x1 > MAX_X || y2 > MAX_Y || x2 > MAX_X)
+        return;
+    const uint16_t left = x1 < x2 ? x1 : x2;
+    const uint16_t right = x1 < x2 ? x2 : x1;
+    const uint16_t top = y1 < y2 ? y1 : y2;
+    const uint16_t bottom = y1 < y2 ? y2 : y1;
+    for (unsigned int y = top; y <= bottom; ++y)
+        for (unsigned int x = left; x <= right; ++x)
+            drawPixel(static_cast<uint16_t>(x), static_cast<uint16_t>(y), m_brush);
+}
+
+void UDrawer::fillRect(const UPoint& p1, const UPoint& p2)
+{
+    fillRect(p1.getX(), p1.getY(), p2.getX(), p2.getY());
+}
+
+void UDrawer::fillRect(const URect& r)
+{
+    fillRect(r.getLeft(), r.getTop(), r.getRight(), r.getBottom());
+}
+
+void UDrawer::sync()
+{
+    if (m_screen)
+        m_screen->flush();
+}
+
+void UDrawer::drawText(const UString& text, unsigned short x, unsigned short y, bool marker)
+{
+    m_marker = marker;
+    renderText(text, m_font, x, y);
+}
+
+void UDrawer::drawText(const UString& text, const UPoint& p)
+{
+    renderText(text, m_font, p.getX(), p.getY());
+}
+
+void UDrawer::renderText(const UString& text, const UString& font, unsigned short x,
+                         unsigned short y)
+{
+    UString t = text;
+    if (m_marker && SysHardwareVersion::isTR480() && !t.empty()) {
+        // The TR480 shows the leading marker at the end of the text.
+        for (unsigned int i = 0; i < t.length(); ++i) {
+            if (t[i] == MARKER_FIRST) {
+                t[i] = 0x0020;
+                t[t.length() - 1] = MARKER_FIRST;
+                break;
+            }
+        }
+    }
+
+    const UFTHBFont f = lookupFont(font);
+    if (f.isNull())
+        return;
+    ShapedText shaped(f, t);
+    const unsigned int n = shaped.count();
+    if (n == 0)
+        return;
+    const hb_glyph_info_t* info = shaped.infos();
+    const hb_glyph_position_t* pos = shaped.positions();
+    const UString& units = t;
+
+    uint16_t penX = x;
+    for (unsigned int i = 0; i < n; ++i) {
+        if (FT_Load_Glyph(f.m_face, info[i].codepoint, FT_LOAD_DEFAULT) != 0)
+            return;
+        FT_GlyphSlot slot = f.m_face->glyph;
+        if (FT_Render_Glyph(slot, FT_RENDER_MODE_MONO) != 0)
+            return;
+        int drop = BASELINE;
+        if (m_marker && i < units.length() && units[i] >= MARKER_FIRST && units[i] <= MARKER_LAST)
+            drop += MARKER_DROP;
+        const uint16_t top = static_cast<uint16_t>(y - slot->bitmap_top + drop);
+        // A grey bitmap (a font that ignores the mono request) is skipped
+        // rather than misread as one bit per pixel.
+        if (slot->bitmap.pixel_mode == FT_PIXEL_MODE_MONO)
+            renderGlyph(this, &slot->bitmap, static_cast<uint16_t>(penX + slot->bitmap_left), top);
+        penX = static_cast<uint16_t>(penX + pos[i].x_advance / 64);
+    }
+}
+
+void UDrawer::drawIcon(unsigned short icon, unsigned short x, unsigned short y)
+{
+    UApplication* app = UApplication::instance();
+    if (app == nullptr)
+        return;
+    renderText(UString(static_cast<unsigned short>(icon)), app->getIconFont(), x, y);
+}
+
+unsigned short UDrawer::textWidth(const UString& text, const UString& font)
+{
+    const UFTHBFont f = lookupFont(font);
+    if (f.isNull())
+        return 0;
+    ShapedText shaped(f, text);
+    const unsigned int n = shaped.count();
+    if (n == 0)
+        return 0;
+    const hb_glyph_position_t* pos = shaped.positions();
+    uint16_t width = 0;
+    for (unsigned int i = 0; i < n; ++i)
+        width = static_cast<uint16_t>(width + pos[i].x_advance / 64);
+    return width;
+}
+
+unsigned short UDrawer::textWidth(const UString& text)
+{
+    UApplication* app = UApplication::instance();
+    if (app == nullptr)
+        return 0;
+    return textWidth(text, app->getFont());
+}
+
+unsigned short UDrawer::textHeight(const UString& font)
+{
+    const UFTHBFont f = lookupFont(font);
+    if (f.isNull())
+        return 0;
+    int height = 0;
+    for (int i = 0; i < f.m_face->num_fixed_sizes; ++i) {
+        if (f.m_face->available_sizes[i].height > height)
+            height = f.m_face->available_sizes[i].height;
+    }
+    return static_cast<uint16_t>(height);
+}
+
+unsigned short UDrawer::iconWidth(unsigned short icon)
+{
+    UApplication* app = UApplication::instance();
+    if (app == nullptr)
+        return 0;
+    return textWidth(UString(static_cast<unsigned short>(icon)), app->getIconFont());
+}
+
+unsigned short UDrawer::iconHeight()
+{
+    UApplication* app = UApplication::instance();
+    if (app == nullptr)
+        return 0;
+    return textHeight(app->getIconFont());
+}

@@ -1,0 +1,122 @@
+// MemoryScreen: an in-memory one-bit UScreenIfc for drawing and widget tests.
+//
+// The buffer has the LCD's format: rows of stride() bytes, pixel x of a row
+// is bit 7 - (x mod 8) of byte x / 8, a set bit is the background and a
+// clear bit is ink. It starts all background. setPixel() drops pixels
+// outside the screen's size; fill() writes whole bytes like the LCD screen.
+//
+// For the tests it counts begin(), end() and flush() calls, can record every
+// setPixel() call in order (recordPixels), and can accept the lines that the
+// drawer offers to drawLine() (acceptLines), remembering each offer.
+#ifndef UTK_TESTS_MEMORYSCREEN_H
+#define UTK_TESTS_MEMORYSCREEN_H
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "uscreenifc.h"
+
+class MemoryScreen : public UScreenIfc {
+public:
+    struct PixelCall {
+        uint16_t x;
+        uint16_t y;
+        uint8_t value;
+        bool operator==(const PixelCall& o) const { return x == o.x && y == o.y && value == o.value; }
+    };
+
+    explicit MemoryScreen(uint16_t w = 199, uint16_t h = 48)
+        : m_width(w), m_height(h), m_stride(static_cast<uint16_t>((w + 7) / 8)),
+          m_buffer(static_cast<size_t>(m_stride) * h + 1, 0xFF)
+    {
+    }
+
+    unsigned short width() const override { return m_width; }
+    unsigned short height() const override { return m_height; }
+    unsigned short stride() const override { return m_stride; }
+    unsigned char* buffer() override { return m_buffer.data(); }
+    unsigned char* scanLine(unsigned short y) override
+    {
+        return m_buffer.data() + static_cast<size_t>(y) * m_stride;
+    }
+    unsigned char pixel(unsigned short x, unsigned short y) const override
+    {
+        if (x >= m_width || y >= m_height)
+            return 255;
+        return (m_buffer[static_cast<size_t>(y) * m_stride + x / 8] & (0x80 >> (x % 8))) ? 255 : 0;
+    }
+    void setPixel(unsigned short x, unsigned short y, unsigned char value) override
+    {
+        ++setPixelCalls;
+        if (recordPixels)
+            pixels.push_back(PixelCall{x, y, value});
+        if (x >= m_width || y >= m_height)
+            return;
+        unsigned char& byte = m_buffer[static_cast<size_t>(y) * m_stride + x / 8];
+        const unsigned char bit = static_cast<unsigned char>(0x80 >> (x % 8));
+        if (value)
+            byte |= bit;
+        else
+            byte &= static_cast<unsigned char>(~bit);
+    }
+    void begin() override { ++beginCalls; }
+    void end() override { ++endCalls; }
+    void flush() override { ++flushCalls; }
+    bool fill(unsigned short x, unsigned short y, unsigned char value, int count) override
+    {
+        size_t at = static_cast<size_t>(y) * m_stride + x / 8;
+        for (int i = 0; i < count && at < m_buffer.size() - 1; ++i, ++at)
+            m_buffer[at] = value;
+        return true;
+    }
+    bool drawLine(unsigned short x1, unsigned short y1, unsigned short x2,
+                  unsigned short y2) override
+    {
+        lineOffers.push_back({x1, y1, x2, y2});
+        return acceptLines;
+    }
+
+    // Every pixel back to the background; counters and records are kept.
+    void clear() { std::memset(m_buffer.data(), 0xFF, m_buffer.size()); }
+    // Number of ink pixels on the whole screen.
+    int inkCount() const
+    {
+        int n = 0;
+        for (uint16_t y = 0; y < m_height; ++y)
+            for (uint16_t x = 0; x < m_width; ++x)
+                n += pixel(x, y) == 0;
+        return n;
+    }
+    // Text art of a region, as textart.h draws it: '#' ink, '.' background.
+    std::string art(int x0, int y0, int w, int h) const
+    {
+        std::string out;
+        for (int y = y0; y < y0 + h; ++y) {
+            for (int x = x0; x < x0 + w; ++x)
+                out += pixel(static_cast<uint16_t>(x), static_cast<uint16_t>(y)) ? '.' : '#';
+            out += '\n';
+        }
+        return out;
+    }
+    std::string art() const { return art(0, 0, m_width, m_height); }
+
+    int beginCalls = 0;
+    int endCalls = 0;
+    int flushCalls = 0;
+    long setPixelCalls = 0;
+    bool recordPixels = false;
+    std::vector<PixelCall> pixels;
+    bool acceptLines = false;
+    std::vector<std::array<uint16_t, 4>> lineOffers;
+
+private:
+    uint16_t m_width;
+    uint16_t m_height;
+    uint16_t m_stride;
+    std::vector<unsigned char> m_buffer;
+};
+
+#endif
