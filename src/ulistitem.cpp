@@ -1,0 +1,10 @@
+#include "ulistitem.h"
+
+#include "ulistwidget.h"
+
+UListItem::UListItem() : UWidget(nullptr) {}
+
+UListItem::~UListItem()
+{
+    UListWidget::itemDestroyed(this);
+}
