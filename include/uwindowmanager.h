@@ -19,7 +19,8 @@
 // Such a "borrowed" entry is never owned by the window: a widget that is
 // destroyed takes itself out of every window's list, and a window that is
 // destroyed drops the borrowed entries of its list instead of destroying
-// them (see UWidget).
+// them (see UWidget). A null widget, or the active window itself, is
+// never inserted (a window in its own list would paint itself without end).
 #ifndef UWINDOWMANAGER_H
 #define UWINDOWMANAGER_H
 
