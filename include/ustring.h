@@ -3,7 +3,9 @@
 // out and a cached zero-terminated copy for C-style consumers.
 //
 // find() counts positions from 1 and answers npos (65536) when nothing is
-// found; compare results with UString::npos, never with -1.
+// found; compare results with UString::npos, never with -1. In a string
+// longer than 65535 units a match at unit 65536 cannot be told from npos;
+// the toolkit's texts are far shorter.
 //
 // find_first_not_of(set): the position, counted from 1 like find(), of the
 // first unit of this string that does not occur in `set`; npos when every

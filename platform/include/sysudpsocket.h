@@ -2,6 +2,7 @@
 #ifndef SYSUDPSOCKET_H
 #define SYSUDPSOCKET_H
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -46,6 +47,9 @@ public:
 private:
     int m_fd;
     std::string m_name;
+    // Set by shutdownRead(), cleared by open(); the kernel still hands out
+    // datagrams queued before (or after) the shutdown, so read() checks it.
+    std::atomic<bool> m_readShut;
 };
 
 #endif

@@ -40,3 +40,9 @@ int SysSemaphore::count() const
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_count;
 }
+
+// Out-of-line definitions, so the constants may be bound to references
+// (e.g. by test assertions) without an undefined symbol at link time.
+const int SysSemaphore::NOT_AVAILABLE;
+const int SysSemaphore::OK;
+const int SysSemaphore::TIMED_OUT;

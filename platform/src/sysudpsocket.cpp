@@ -8,7 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-SysUdpSocket::SysUdpSocket() : m_fd(-1) {}
+SysUdpSocket::SysUdpSocket() : m_fd(-1), m_readShut(false) {}
 
 SysUdpSocket::~SysUdpSocket() { close(); }
 
@@ -17,6 +17,7 @@ int SysUdpSocket::open(unsigned short port, SysAddressFamily family, const std::
 {
     close();
     m_name = name;
+    m_readShut = false;
     if (family != SysAddressFamilyIPv4) {
         std::fprintf(stderr, "SysUdpSocket %s: unsupported address family %d\n", name.c_str(),
                      static_cast<int>(family));
@@ -49,7 +50,7 @@ int SysUdpSocket::open(unsigned short port, SysAddressFamily family, const std::
 int SysUdpSocket::read(void* buffer, int length, uint32_t* senderAddress,
                        unsigned short* senderPort)
 {
-    if (m_fd < 0 || !buffer || length < 0)
+    if (m_fd < 0 || !buffer || length < 0 || m_readShut.load())
         return -1;
     sockaddr_in sa;
     socklen_t len = sizeof sa;
@@ -59,7 +60,9 @@ int SysUdpSocket::read(void* buffer, int length, uint32_t* senderAddress,
         n = ::recvfrom(m_fd, buffer, static_cast<size_t>(length), 0,
                        reinterpret_cast<sockaddr*>(&sa), &len);
     } while (n < 0 && errno == EINTR);
-    if (n < 0)
+    // A read under way when shutdownRead() came fails too, even if it
+    // picked up a datagram.
+    if (n < 0 || m_readShut.load())
         return -1;
     // After shutdownRead() a datagram socket reports 0 bytes from nowhere.
     if (n == 0 && sa.sin_family != AF_INET)
@@ -100,6 +103,9 @@ unsigned short SysUdpSocket::localPort() const
 
 void SysUdpSocket::shutdownRead()
 {
+    m_readShut = true;
+    // On an unconnected datagram socket this reports ENOTCONN but still
+    // marks the socket shut for reading and wakes a blocked recvfrom().
     if (m_fd >= 0)
         ::shutdown(m_fd, SHUT_RD);
 }
