@@ -2,8 +2,7 @@
 #ifndef SYSSEMAPHORE_H
 #define SYSSEMAPHORE_H
 
-#include <condition_variable>
-#include <mutex>
+#include <semaphore.h>
 
 class SysSemaphore {
 public:
@@ -30,9 +29,7 @@ public:
     int count() const;
 
 private:
-    mutable std::mutex m_mutex;
-    std::condition_variable m_cond;
-    int m_count;
+    sem_t m_sem;
     int m_max;
 };
 
