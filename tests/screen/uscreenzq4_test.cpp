@@ -1,0 +1,428 @@
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "screen_fixture.h"
+#include "sysframebuffer.h"
+
+namespace {
+
+std::string format(const char* fmt, const void* p)
+{
+    char line[256];
+    snprintf(line, sizeof line, fmt, p);
+    return line;
+}
+
+bool segmentExists()
+{
+    return shmget(UScreenZQ4::SHM_KEY, 0, 0) >= 0;
+}
+
+} // namespace
+
+// ---- modes ----------------------------------------------------------------
+
+TEST_F(ScreenTest, SeamReachesTheSimulatedDevice)
+{
+    open("utksim", 320, 240, 32, 0, 1152);
+    EXPECT_STREQ(SysFramebuffer::implementation(), "sim");
+    EXPECT_EQ(SimFramebuffer::lastOpenPath(), "/dev/fb0");
+    EXPECT_EQ(SimFramebuffer::openDevices(), 1);
+    screen.reset();
+    EXPECT_EQ(SimFramebuffer::openDevices(), 0);
+    EXPECT_TRUE(segmentExists()) << "the segment outlives the screen";
+}
+
+TEST_F(ScreenTest, EmulatedGeometryFollowsTheModel)
+{
+    struct Case { int model; unsigned short w, h, s; const char* line; };
+    const Case cases[] = {
+        {49, 162, 48, 21, "Emulated video: x=162 y=48 s=1008 pix=1\n"},
+        {61, 162, 48, 21, "Emulated video: x=162 y=48 s=1008 pix=1\n"},
+        {62, 199, 48, 25, "Emulated video: x=199 y=48 s=1200 pix=1\n"},
+        {0, 192, 48, 24, "Emulated video: x=192 y=48 s=1152 pix=1\n"},
+        {63, 192, 48, 24, "Emulated video: x=192 y=48 s=1152 pix=1\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.model);
+        removeSegment();
+        SysHardwareVersion::setModel(c.model);
+        open("utksim", 320, 240, 32, 0, static_cast<size_t>(c.s) * c.h);
+        EXPECT_EQ(screen->width(), c.w);
+        EXPECT_EQ(screen->height(), c.h);
+        EXPECT_EQ(screen->stride(), c.s);
+        ASSERT_NE(screen->buffer(), nullptr);
+        EXPECT_EQ(screen->scanLine(3), screen->buffer() + 3 * c.s);
+        const std::string actual = "Actual utksim  video: x=320 y=240 s=307200 pix=32 line=1280 (utksim) @ 0x";
+        EXPECT_EQ(out.compare(0, actual.size(), actual), 0) << out;
+        EXPECT_NE(out.find(c.line), std::string::npos) << out;
+        EXPECT_EQ(err, "");
+    }
+}
+
+TEST_F(ScreenTest, NewSegmentHasNoPermissionBitsAndEmulatedModeKeepsItsContents)
+{
+    ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
+    create();
+    const int id = shmget(UScreenZQ4::SHM_KEY, 0, 0);
+    ASSERT_GE(id, 0);
+    shmid_ds ds;
+    ASSERT_EQ(shmctl(id, IPC_STAT, &ds), 0);
+    EXPECT_EQ(ds.shm_segsz, 1152u);
+    EXPECT_EQ(ds.shm_perm.mode & 0777, 0u);
+    if (geteuid() != 0) {
+        EXPECT_NE(out.find("shmat failed 13 Permission denied\n"), std::string::npos) << out;
+        EXPECT_EQ(screen->buffer(), nullptr);
+        return;
+    }
+    // A second screen finds the segment and leaves what is drawn there.
+    screen->fill(0, 0, 0xA5, 1152);
+    screen.reset();
+    create();
+    ASSERT_NE(screen->buffer(), nullptr);
+    EXPECT_EQ(screen->buffer()[0], 0xA5);
+    EXPECT_EQ(screen->buffer()[1151], 0xA5);
+}
+
+TEST_F(ScreenTest, BufferedModeCopiesTheSegmentAndSyncs)
+{
+    for (const char* id : {"st7525fb", "st7526fb"}) {
+        SCOPED_TRACE(id);
+        removeSegment();
+        open(id, 199, 48, 1, 0, 1200);
+        ASSERT_NE(screen->buffer(), nullptr);
+        EXPECT_NE(screen->buffer(), mem8());
+        EXPECT_EQ(screen->stride(), 25);
+        const std::string actual = std::string("Actual ") + id
+                                   + "  video: x=199 y=48 s=1200 pix=1 line=25 (" + id + ") @ 0x";
+        EXPECT_EQ(out.compare(0, actual.size(), actual), 0) << out;
+        EXPECT_EQ(out.substr(out.find('\n') + 1),
+                  format("Buffered video: x=199 y=48 l:25, s=1200 pix=1 @ 0x%p\n", screen->buffer()));
+        for (size_t i = 0; i < 1200; ++i)
+            ASSERT_EQ(screen->buffer()[i], 0xFF) << i;
+        EXPECT_EQ(mem8()[0], 0x00) << "drawing stays in the segment until flush";
+
+        screen->setPixel(198, 47, 0);
+        screen->flush();
+        EXPECT_EQ(memcmp(mem8(), screen->buffer(), 1200), 0);
+        EXPECT_EQ(mem8()[1199], 0xFD);
+        EXPECT_EQ(SimFramebuffer::syncCount(), 1u);
+    }
+}
+
+TEST_F(ScreenTest, DirectModeDrawsOnTheDeviceAndFlushOnlySyncs)
+{
+    open("ST7529 FB", 240, 160, 1);
+    ASSERT_NE(screen->buffer(), nullptr);
+    EXPECT_EQ(out, format("Actual ST7529 FB  video: x=240 y=160 s=4800 pix=1 line=30 (ST7529 FB) @ 0x%p\n",
+                          screen->buffer()));
+    EXPECT_FALSE(segmentExists());
+    EXPECT_EQ(screen->width(), 240);
+    EXPECT_EQ(screen->stride(), 30);
+
+    screen->setPixel(9, 1, 1);
+    EXPECT_EQ(mem8()[31], 0x40) << "the buffer is the device memory";
+    const std::vector<unsigned char> before(mem8(), mem8() + 4800);
+    screen->flush();
+    screen->flush();
+    EXPECT_EQ(SimFramebuffer::syncCount(), 2u);
+    EXPECT_EQ(std::vector<unsigned char>(mem8(), mem8() + 4800), before);
+}
+
+// ---- pixels -----------------------------------------------------------------
+
+TEST_F(ScreenTest, SetPixelAndPixelAtBitLevel)
+{
+    open("utksim", 320, 240, 32, 0, 1152);
+    unsigned char* b = screen->buffer();
+    ASSERT_NE(b, nullptr);
+    memset(b, 0xFF, 1152);
+
+    screen->setPixel(0, 0, 0);
+    EXPECT_EQ(b[0], 0x7F);
+    screen->setPixel(0, 0, 1);
+    EXPECT_EQ(b[0], 0xFF);
+    screen->setPixel(7, 0, 0);
+    EXPECT_EQ(b[0], 0xFE);
+    screen->setPixel(8, 0, 0);
+    EXPECT_EQ(b[1], 0x7F);
+
+    screen->setPixel(13, 5, 200);
+    EXPECT_EQ(screen->pixel(13, 5), 1);
+    screen->setPixel(13, 5, 0);
+    EXPECT_EQ(screen->pixel(13, 5), 0);
+    EXPECT_EQ(b[5 * 24 + 1], 0xFB);
+    screen->setPixel(191, 47, 0);
+    EXPECT_EQ(b[1151], 0xFE);
+
+    const std::vector<unsigned char> before(b, b + 1152);
+    screen->setPixel(192, 0, 0);
+    screen->setPixel(0, 48, 0);
+    screen->setPixel(65535, 65535, 0);
+    EXPECT_EQ(std::vector<unsigned char>(b, b + 1152), before);
+    EXPECT_EQ(screen->pixel(192, 0), 255);
+    EXPECT_EQ(screen->pixel(0, 48), 255);
+    EXPECT_EQ(screen->pixel(191, 47), 0);
+}
+
+TEST_F(ScreenTest, FillWritesWholeBytesUpToTheEndOfTheBuffer)
+{
+    ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
+    // A larger segment than the screen needs: what lies past the screen's
+    // 1152 bytes must stay untouched.
+    unsigned char* seg = makeSegment(4096, 0xAA);
+    ASSERT_NE(seg, nullptr);
+    create();
+    unsigned char* b = screen->buffer();
+    ASSERT_NE(b, nullptr);
+    memset(b, 0xFF, 1152);
+
+    EXPECT_TRUE(screen->fill(12, 1, 0x00, 3));
+    EXPECT_EQ(b[24], 0xFF);
+    EXPECT_EQ(b[25], 0x00);
+    EXPECT_EQ(b[27], 0x00);
+    EXPECT_EQ(b[28], 0xFF);
+    EXPECT_EQ(screen->pixel(7, 1), 1);
+    EXPECT_EQ(screen->pixel(8, 1), 0);
+    EXPECT_EQ(screen->pixel(31, 1), 0);
+    EXPECT_EQ(screen->pixel(32, 1), 1);
+
+    EXPECT_TRUE(screen->fill(0, 2, 0x00, 0));
+    EXPECT_TRUE(screen->fill(0, 2, 0x00, -5));
+    EXPECT_EQ(b[48], 0xFF);
+
+    EXPECT_TRUE(screen->fill(184, 47, 0x3C, 1000));
+    EXPECT_EQ(b[1150], 0xFF);
+    EXPECT_EQ(b[1151], 0x3C);
+    EXPECT_TRUE(screen->fill(0, 60000, 0x00, 10));
+    for (size_t i = 1152; i < 4096; ++i)
+        ASSERT_EQ(b[i], 0xAA) << i;
+}
+
+TEST_F(ScreenTest, ScanLineHwTriplesEveryPixel)
+{
+    unsigned char src[2] = {0xA0, 0x80};
+    unsigned short dst[31];
+    for (unsigned short& d : dst)
+        d = 0x1234;
+    UScreenZQ4::scan_line_hw(0, src, dst);
+    UScreenZQ4::scan_line_hw(-3, src, dst);
+    EXPECT_EQ(dst[0], 0x1234);
+    UScreenZQ4::scan_line_hw(10, src, dst);
+    const unsigned short expect[10] = {0xFFFF, 0, 0xFFFF, 0, 0, 0, 0, 0, 0xFFFF, 0};
+    for (int i = 0; i < 30; ++i)
+        ASSERT_EQ(dst[i], expect[i / 3]) << i;
+    EXPECT_EQ(dst[30], 0x1234);
+}
+
+// ---- flush conversions ------------------------------------------------------
+
+TEST_F(ScreenTest, Flush32CentresTheImageWithInvertedColours)
+{
+    open("utksim", 320, 240, 32, 0, 1152);
+    inkOnly(0, 0);
+    screen->setPixel(191, 47, 0);
+    screen->flush();
+    EXPECT_EQ(mem32(96 * 320 + 64), 0xFFFFFFFFu);
+    EXPECT_EQ(mem32(96 * 320 + 65), 0xFF000000u);
+    EXPECT_EQ(mem32(143 * 320 + 255), 0xFFFFFFFFu);
+    EXPECT_EQ(mem32(143 * 320 + 254), 0xFF000000u);
+    EXPECT_EQ(mem32(96 * 320 + 63), 0u);
+    EXPECT_EQ(mem32(95 * 320 + 64), 0u);
+    EXPECT_EQ(mem32(143 * 320 + 256), 0u);
+    EXPECT_EQ(mem32(144 * 320 + 255), 0u);
+    size_t written = 0;
+    for (size_t i = 0; i < 320 * 240; ++i)
+        written += mem32(i) != 0;
+    EXPECT_EQ(written, 192u * 48u);
+    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
+}
+
+TEST_F(ScreenTest, Flush32ConvertsTheSpareBitsAndSpacesRowsByXres)
+{
+    // 199 pixels in 25 bytes: 200 pixels a row are converted. The line
+    // length is padded; rows still go xres pixels apart.
+    SysHardwareVersion::setModel(62);
+    open("utksim", 320, 240, 32, 1344, 1200);
+    inkOnly(0, 1);
+    screen->buffer()[1 * 25 + 24] = 0xFE; // the spare pixel 199 of row 1 is ink
+    screen->flush();
+    EXPECT_EQ(mem32(97 * 320 + 60), 0xFFFFFFFFu);
+    EXPECT_EQ(mem32(97 * 320 + 258), 0xFF000000u);
+    EXPECT_EQ(mem32(97 * 320 + 259), 0xFFFFFFFFu);
+    EXPECT_EQ(mem32(97 * 320 + 260), 0u);
+    EXPECT_EQ(mem32(96 * 320 + 59), 0u);
+}
+
+TEST_F(ScreenTest, Flush32OnADeviceAsWideAsTheImageUsesTheTopLeftCorner)
+{
+    open("utksim", 192, 100, 32, 0, 1152);
+    inkOnly(0, 0);
+    screen->flush();
+    EXPECT_EQ(mem32(0), 0xFFFFFFFFu);
+    EXPECT_EQ(mem32(1), 0xFF000000u);
+    EXPECT_EQ(mem32(47 * 192 + 191), 0xFF000000u);
+    EXPECT_EQ(mem32(48 * 192), 0u);
+}
+
+TEST_F(ScreenTest, Flush24UsesLineLengthAndThreeEqualBytes)
+{
+    open("utksim", 320, 240, 24, 1000, 1152);
+    fillMemory(0x55);
+    inkOnly(1, 0);
+    screen->flush();
+    const unsigned char* m = mem8() + 96 * 1000 + 64 * 3;
+    const unsigned char expect[9] = {0xFF, 0xFF, 0xFF, 0, 0, 0, 0xFF, 0xFF, 0xFF};
+    EXPECT_EQ(memcmp(m, expect, 9), 0);
+    EXPECT_EQ(m[-1], 0x55);
+    EXPECT_EQ(m[192 * 3], 0x55);
+    EXPECT_EQ(mem8()[143 * 1000 + 64 * 3 + 191 * 3 + 2], 0xFF);
+    EXPECT_EQ(mem8()[144 * 1000 + 64 * 3], 0x55);
+}
+
+TEST_F(ScreenTest, Flush16MagnifiesThreeTimesAndTakesExactlyXresPixels)
+{
+    SysHardwareVersion::setModel(49); // 162 x 48 in 21-byte rows
+    open("utksim", 640, 200, 16, 0, 1008);
+    for (size_t i = 0; i < 640 * 200; ++i)
+        memcpy(mem8() + 2 * i, "\x55\x55", 2);
+    inkOnly(0, 0);
+    screen->flush();
+    const size_t x0 = (640 - 486) / 2, y0 = (200 - 144) / 2; // (77, 28)
+    for (size_t dy = 0; dy < 3; ++dy)
+        for (size_t dx = 0; dx < 6; ++dx)
+            EXPECT_EQ(mem16((y0 + dy) * 640 + x0 + dx), dx < 3 ? 0x0000 : 0xFFFF) << dx << "," << dy;
+    EXPECT_EQ(mem16((y0 + 3) * 640 + x0), 0xFFFF);
+    EXPECT_EQ(mem16(y0 * 640 + x0 - 1), 0x5555);
+    EXPECT_EQ(mem16((y0 - 1) * 640 + x0), 0x5555);
+    EXPECT_EQ(mem16((y0 + 143) * 640 + x0 + 485), 0xFFFF);
+    EXPECT_EQ(mem16((y0 + 143) * 640 + x0 + 486), 0x5555);
+    EXPECT_EQ(mem16((y0 + 144) * 640 + x0), 0x5555);
+}
+
+TEST_F(ScreenTest, OtherDepthsAreNeverUpdated)
+{
+    open("utksim", 320, 240, 8, 0, 1152);
+    inkOnly(5, 5);
+    screen->flush();
+    for (size_t i = 0; i < SimFramebuffer::memorySize(); ++i)
+        ASSERT_EQ(mem8()[i], 0) << i;
+    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
+}
+
+TEST_F(ScreenTest, SmallerDevicesAreClippedNeverOverrun)
+{
+    // Each device is too small for the image; the line lengths of the last
+    // two are too short even for their own width, so rows spaced by xres
+    // would run past the mapping (and past the end of the memory file).
+    struct Case { uint32_t w, h, bpp, line; };
+    const Case cases[] = {{100, 30, 32, 0}, {100, 30, 32, 200}, {100, 50, 16, 0},
+                          {150, 20, 24, 301}, {10, 10, 16, 4}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.w) + "x" + std::to_string(c.h) + "@" + std::to_string(c.bpp));
+        screen.reset();
+        open("utksim", c.w, c.h, c.bpp, c.line, 1152);
+        ASSERT_NE(screen->buffer(), nullptr);
+        inkOnly(0, 0);
+        screen->flush();
+        if (c.bpp == 32)
+            EXPECT_EQ(mem32(0), 0xFFFFFFFFu);
+        else if (c.bpp == 16)
+            EXPECT_EQ(mem16(0), 0x0000);
+        else
+            EXPECT_EQ(mem8()[3], 0xFF);
+    }
+    // 16 bpp on 100 x 50: 33 whole pixels (99 columns) and 50 rows.
+    screen.reset();
+    open("utksim", 100, 50, 16, 0, 1152);
+    inkOnly(191, 47);
+    screen->flush();
+    EXPECT_EQ(mem16(49 * 100 + 98), 0xFFFF);
+    EXPECT_EQ(mem16(49 * 100 + 99), 0x0000) << "a partial magnified pixel is not drawn";
+}
+
+// ---- failures ---------------------------------------------------------------
+
+TEST_F(ScreenTest, MissingDeviceWritesNowhere)
+{
+    ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
+    SimFramebuffer::setFailure(SimFramebuffer::Open, ENOENT);
+    create();
+    EXPECT_EQ(err, "open frameBuffer failed -1 @ /dev/fb0!\n");
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(screen->buffer(), nullptr);
+    EXPECT_EQ(screen->scanLine(0), nullptr);
+    screen->setPixel(0, 0, 0);
+    EXPECT_TRUE(screen->fill(0, 0, 0x00, 100));
+    EXPECT_EQ(screen->pixel(0, 0), 255);
+    EXPECT_EQ(flushCapturingErr(), "");
+    EXPECT_FALSE(segmentExists());
+    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
+    for (size_t i = 0; i < SimFramebuffer::memorySize(); ++i)
+        ASSERT_EQ(mem8()[i], 0) << i;
+}
+
+TEST_F(ScreenTest, FailedMappingAndScreenInfoMessages)
+{
+    ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
+    SimFramebuffer::setFailure(SimFramebuffer::Map, ENOMEM);
+    create();
+    const std::string head = "mmap frameBuffer failed ", tail = " @ utksim!\n";
+    ASSERT_GT(err.size(), head.size() + tail.size());
+    EXPECT_EQ(err.substr(0, head.size()), head);
+    EXPECT_EQ(err.substr(err.size() - tail.size()), tail);
+    const std::string fd = err.substr(head.size(), err.size() - head.size() - tail.size());
+    EXPECT_EQ(fd.find_first_not_of("0123456789"), std::string::npos) << fd;
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(screen->buffer(), nullptr);
+    EXPECT_EQ(flushCapturingErr(), "");
+    screen.reset();
+    EXPECT_EQ(SimFramebuffer::openDevices(), 0) << "the descriptor is closed";
+
+    SimFramebuffer::clearFailures();
+    SimFramebuffer::setFailure(SimFramebuffer::VarInfo, EIO);
+    create();
+    EXPECT_EQ(err.substr(0, 40), "FBIOGET_VSCREENINFO: Input/output error\n");
+    EXPECT_EQ(err.substr(err.size() - tail.size()), tail) << "yres 0: nothing to map";
+
+    SimFramebuffer::clearFailures();
+    SimFramebuffer::setFailure(SimFramebuffer::FixInfo, EINVAL);
+    create();
+    EXPECT_EQ(err.substr(0, 38), "FBIOGET_FSCREENINFO: Invalid argument\n");
+    EXPECT_EQ(err.substr(err.size() - 5), " @ !\n");
+}
+
+TEST_F(ScreenTest, SixteenCharacterIdentificationIsReadSafely)
+{
+    open("abcdefghijklmnop", 320, 240, 32, 0, 1152);
+    EXPECT_EQ(out.substr(0, 31), "Actual abcdefghijklmnop  video:");
+    EXPECT_NE(out.find("(abcdefghijklmnop) @ 0x"), std::string::npos);
+}
+
+TEST_F(ScreenTest, SegmentTooSmallIsReportedAndNothingIsWritten)
+{
+    ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
+    ASSERT_NE(makeSegment(100, 0x11), nullptr);
+    create();
+    EXPECT_EQ(out.substr(out.find('\n') + 1), "shnmget failed 22 Invalid argument\n");
+    EXPECT_EQ(screen->buffer(), nullptr);
+    screen->setPixel(1, 1, 0);
+    screen->fill(0, 0, 0, 10);
+    screen->flush();
+    for (size_t i = 0; i < SimFramebuffer::memorySize(); ++i)
+        ASSERT_EQ(mem8()[i], 0) << i;
+}
+
+TEST_F(ScreenTest, FailedSyncIsReportedAndTriedAgain)
+{
+    open("st7526fb", 199, 48, 1, 0, 1200);
+    SimFramebuffer::setFailure(SimFramebuffer::Sync, EIO);
+    EXPECT_EQ(flushCapturingErr(), "ioctl(ST752x_MANUAL_SYNC): Input/output error\n");
+    EXPECT_EQ(mem8()[0], 0xFF) << "the copy is made before the request";
+    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
+    SimFramebuffer::clearFailures();
+    EXPECT_EQ(flushCapturingErr(), "");
+    EXPECT_EQ(SimFramebuffer::syncCount(), 1u);
+}
