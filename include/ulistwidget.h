@@ -63,7 +63,7 @@ class UListItem;
 
 class UListWidget : public UWidget {
 public:
-    static const unsigned int NoIndex = 0xFFFFFFFFu;
+    static constexpr unsigned int NoIndex = 0xFFFFFFFFu;
 
     explicit UListWidget(UWidget* parent);
     ~UListWidget() override;
