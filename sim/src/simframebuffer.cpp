@@ -228,7 +228,7 @@ int32_t SysFramebuffer::getFixInfo(int32_t fd, fb_fix_screeninfo* info)
     memcpy(f.id, h->id, sizeof(f.id));
     f.smem_len = h->memorySize;
     f.type = FB_TYPE_PACKED_PIXELS;
-    f.visual = h->bitsPerPixel == 1 ? FB_VISUAL_MONO01 : FB_VISUAL_TRUECOLOR;
+    f.visual = h->bitsPerPixel == 1 ? FB_VISUAL_MONO10 : FB_VISUAL_TRUECOLOR; // a set bit is light
     f.line_length = h->lineLength;
     *info = f;
     return 0;
