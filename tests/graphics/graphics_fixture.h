@@ -1,0 +1,88 @@
+// Shared fixture for graphics tests: a standalone application drawing on an
+// in-memory screen, with the toolkit's fonts at hand.
+#ifndef UTK_TESTS_GRAPHICS_FIXTURE_H
+#define UTK_TESTS_GRAPHICS_FIXTURE_H
+
+#include <ostream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "memoryscreen.h"
+#include "syshardwareversion.h"
+#include "uapplication.h"
+#include "ufontmanager.h"
+
+inline std::string sourcePath(const std::string& rel)
+{
+    return std::string(UTK_SOURCE_DIR) + "/" + rel;
+}
+
+// {left, top, right, bottom} of some ink.
+struct Box {
+    int left, top, right, bottom;
+    bool operator==(const Box& o) const
+    {
+        return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
+    }
+};
+
+inline std::ostream& operator<<(std::ostream& os, const Box& b)
+{
+    return os << "{" << b.left << ", " << b.top << ", " << b.right << ", " << b.bottom << "}";
+}
+
+class GraphicsTest : public ::testing::Test {
+protected:
+    virtual MemoryScreen* makeScreen() { return new MemoryScreen(); }
+
+    void SetUp() override
+    {
+        SysHardwareVersion::setModel(SysHardwareVersion::MODEL_DEFAULT);
+        screen = makeScreen();
+        app = new UApplication("GraphicsTest", screen, UApplication::UIMode(0));
+        // Whatever the application drew while starting is not the test's.
+        screen->clear();
+        screen->beginCalls = screen->endCalls = screen->flushCalls = 0;
+        screen->setPixelCalls = 0;
+        screen->pixels.clear();
+        screen->lineOffers.clear();
+    }
+    void TearDown() override
+    {
+        delete app; // deletes the screen too
+        SysHardwareVersion::setModel(SysHardwareVersion::MODEL_DEFAULT);
+    }
+
+    // Loads the toolkit's fonts as "text" and "icons" and makes them the
+    // application's default and icon fonts.
+    void loadToolkitFonts()
+    {
+        fonts()->loadFont(sourcePath("fonts/utk-text-12.bdf"), "text");
+        fonts()->loadFont(sourcePath("fonts/utk-icons-10.bdf"), "icons");
+        app->setFont("text");
+        app->setIconFont("icons");
+    }
+
+    UFontManager* fonts() { return app->fontManager(); }
+
+    // Bounding box of the ink on the screen, all -1 when it is blank.
+    Box inkBox() const
+    {
+        Box b{-1, -1, -1, -1};
+        for (int y = 0; y < screen->height(); ++y)
+            for (int x = 0; x < screen->width(); ++x)
+                if (screen->pixel(static_cast<unsigned short>(x), static_cast<unsigned short>(y)) == 0) {
+                    if (b.left < 0 || x < b.left) b.left = x;
+                    if (b.top < 0) b.top = y;
+                    if (x > b.right) b.right = x;
+                    b.bottom = y;
+                }
+        return b;
+    }
+
+    MemoryScreen* screen = nullptr;
+    UApplication* app = nullptr;
+};
+
+#endif
