@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,10 +24,10 @@
 #include "widget_fixture.h"
 
 #ifndef UTK_TEXT_FONT_FILE
-#define UTK_TEXT_FONT_FILE "fonts/utk-text.bdf"
+#define UTK_TEXT_FONT_FILE "fonts/utk-text-12.bdf"
 #endif
 #ifndef UTK_ICON_FONT_FILE
-#define UTK_ICON_FONT_FILE "fonts/utk-icons.bdf"
+#define UTK_ICON_FONT_FILE "fonts/utk-icons-10.bdf"
 #endif
 
 // Logs what a widget emits: "5:<row>:<index>", "6:<row>:<index>" for list
@@ -111,6 +112,93 @@ protected:
     void inkAll() { std::memset(screen->buffer(), 0x00, static_cast<size_t>(screen->stride()) * 48); }
 
     bool fontsLoaded = false;
+};
+
+// Icons of the project's icon font.
+enum : unsigned short {
+    ICON_PHONE = 0xE104,
+    ICON_CALL_MISSED = 0xE105,
+    ICON_CALL_INCOMING = 0xE106,
+    ICON_CALL_OUTGOING = 0xE107
+};
+
+// One golden picture: the positioning mode and the style flags given to
+// the widgets under test.
+struct GoldenCase {
+    UWidget::PositioningMode mode;
+    uint8_t flags;
+    const char* name;
+};
+
+inline std::vector<GoldenCase> goldenCases()
+{
+    const uint8_t bb = UWidget::Background | UWidget::Border;
+    return {{UWidget::Absolute, 0, "absolute_plain"},
+            {UWidget::Absolute, bb, "absolute_background_border"},
+            {UWidget::Absolute, static_cast<uint8_t>(bb | UWidget::Inverted),
+             "absolute_background_border_inverted"},
+            {UWidget::Relative, 0, "relative_plain"},
+            {UWidget::Relative, bb, "relative_background_border"},
+            {UWidget::Relative, static_cast<uint8_t>(bb | UWidget::Inverted),
+             "relative_background_border_inverted"}};
+}
+
+inline std::string goldenCaseName(const ::testing::TestParamInfo<GoldenCase>& info)
+{
+    return info.param.name;
+}
+
+// A full-screen window holding a panel whose top-left corner is at screen
+// (8, 4); the widgets under test go into the panel, placed at the same
+// screen position in both positioning modes.
+class SceneTest : public PaintedWidgetTest, public ::testing::WithParamInterface<GoldenCase> {
+protected:
+    void SetUp() override
+    {
+        PaintedWidgetTest::SetUp();
+        UWidget::setPositioningMode(GetParam().mode);
+        root.reset(new UWidget(nullptr));
+        root->setRect(URect(0, 0, 199, 48));
+        panel = new UWidget(root.get());
+        panel->setRect(URect(8, 4, 183, 40));
+    }
+    void TearDown() override
+    {
+        root.reset();
+        PaintedWidgetTest::TearDown();
+    }
+    // The rectangle for screen position (x, y) and size (w, h) inside the
+    // panel, in the current positioning mode.
+    URect at(int x, int y, int w, int h) const
+    {
+        const bool relative = GetParam().mode == UWidget::Relative;
+        return URect(static_cast<uint16_t>(relative ? x - 8 : x),
+                     static_cast<uint16_t>(relative ? y - 4 : y), static_cast<uint16_t>(w),
+                     static_cast<uint16_t>(h));
+    }
+    void style(UWidget* w) const
+    {
+        for (uint8_t f : {UWidget::Background, UWidget::Border, UWidget::Inverted})
+            if (GetParam().flags & f)
+                w->enableStyleFlag(static_cast<UWidget::StyleFlag>(f));
+    }
+    // Clears the screen, repaints the active window and processes what
+    // follows; the whole screen as text art.
+    std::string picture()
+    {
+        drain();
+        screen->clear();
+        wm->repaint();
+        drain();
+        return screen->art();
+    }
+    std::string goldenName(const char* widget) const
+    {
+        return std::string(widget) + "_" + GetParam().name;
+    }
+
+    std::unique_ptr<UWidget> root;
+    UWidget* panel = nullptr;
 };
 
 #define REQUIRE_FONTS()                                                                            \

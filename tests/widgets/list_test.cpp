@@ -474,3 +474,34 @@ TEST_F(ListArrowTest, OneRowDrawsNothingAndArrowsOffOnlyClearTheBoxes)
               "                   \n"
               "                   \n");
 }
+
+// A call log of three rows, stepped once so that the middle row shows
+// with both arrows; the flags go to the list and to its rows.
+class ListGoldenTest : public SceneTest {};
+
+TEST_P(ListGoldenTest, MiddleRowWithBothArrows)
+{
+    REQUIRE_FONTS();
+    UListWidget* list = new UListWidget(panel);
+    list->setRect(at(12, 10, 170, 16));
+    style(list);
+    const struct {
+        const char* text;
+        unsigned short icon;
+    } rows[] = {{"Anna 0301234", ICON_CALL_INCOMING},
+                {"Bert 555-77", ICON_CALL_OUTGOING},
+                {"Carla", ICON_CALL_MISSED}};
+    for (const auto& r : rows) {
+        UListItem* row = new UStandardListItem(r.text, r.icon);
+        style(row);
+        list->appendItem(row);
+    }
+    list->item(1)->setVisible(false);
+    list->item(2)->setVisible(false);
+    ASSERT_TRUE(key(*list, KEY_DOWN));
+    UListItem* first = list->item(0); // a window now
+    EXPECT_TRUE(textart::matchesGolden(picture(), goldenName("list")));
+    delete first;
+}
+
+INSTANTIATE_TEST_SUITE_P(Flags, ListGoldenTest, ::testing::ValuesIn(goldenCases()), goldenCaseName);
