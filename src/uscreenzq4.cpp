@@ -75,6 +75,32 @@ uint32_t fitInMapping(uint64_t start, uint32_t unitBytes, uint32_t wanted)
     return room < wanted ? static_cast<uint32_t>(room) : wanted;
 }
 
+// Every byte of the drawing buffer expanded to its eight device pixels, for
+// the conversions of whole bytes; built once, on first use.
+struct Expansions {
+    uint32_t argb[256][8];        // 32 bpp
+    unsigned char rgb[256][24];   // 24 bpp
+    unsigned short hw[256][24];   // 16 bpp, each pixel three times
+    Expansions()
+    {
+        for (uint32_t b = 0; b < 256; ++b)
+            for (uint32_t i = 0; i < 8; ++i) {
+                const bool set = (b & (0x80u >> i)) != 0;
+                argb[b][i] = set ? 0xFF000000u : 0xFFFFFFFFu;
+                for (uint32_t k = 0; k < 3; ++k) {
+                    rgb[b][3 * i + k] = set ? 0xFF : 0x00;
+                    hw[b][3 * i + k] = set ? 0xFFFF : 0x0000;
+                }
+            }
+    }
+};
+
+const Expansions& expansions()
+{
+    static const Expansions table;
+    return table;
+}
+
 } // namespace
 
 UScreenZQ4::UScreenZQ4()
@@ -279,7 +305,15 @@ bool UScreenZQ4::fill(unsigned short x, unsigned short y, unsigned char value, i
 
 void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst)
 {
-    for (int i = 0; i < count; ++i) {
+    if (count <= 0)
+        return;
+    const Expansions& t = expansions();
+    const int whole = count / 8;
+    for (int b = 0; b < whole; ++b) {
+        memcpy(dst, t.hw[src[b]], sizeof t.hw[0]);
+        dst += 24;
+    }
+    for (int i = whole * 8; i < count; ++i) {
         const unsigned short v = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFFFF : 0x0000;
         dst[0] = v;
         dst[1] = v;
@@ -301,6 +335,7 @@ void UScreenZQ4::flush()
     const uint64_t bitsPerRow = static_cast<uint64_t>(rowBytes) * 8;
     uint32_t x0 = 0;
     uint32_t y0 = 0;
+    const Expansions& t = expansions();
 
     switch (vinfo_real.bits_per_pixel) {
     case 1: {
@@ -322,7 +357,10 @@ void UScreenZQ4::flush()
                 cols = static_cast<uint32_t>(bitsPerRow);
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             uint32_t* d = dev + start;
-            for (uint32_t i = 0; i < cols; ++i)
+            const uint32_t whole = cols / 8;
+            for (uint32_t b = 0; b < whole; ++b)
+                memcpy(d + 8 * b, t.argb[src[b]], sizeof t.argb[0]);
+            for (uint32_t i = whole * 8; i < cols; ++i)
                 d[i] = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFF000000u : 0xFFFFFFFFu;
         }
         break;
@@ -340,7 +378,12 @@ void UScreenZQ4::flush()
                 cols = static_cast<uint32_t>(bitsPerRow);
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             unsigned char* d = s_deviceMemory + start;
-            for (uint32_t i = 0; i < cols; ++i) {
+            const uint32_t whole = cols / 8;
+            for (uint32_t b = 0; b < whole; ++b) {
+                memcpy(d, t.rgb[src[b]], sizeof t.rgb[0]);
+                d += 24;
+            }
+            for (uint32_t i = whole * 8; i < cols; ++i) {
                 const unsigned char v = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFF : 0x00;
                 d[0] = v;
                 d[1] = v;
