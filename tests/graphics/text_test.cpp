@@ -385,7 +385,6 @@ TEST(Locale, EachLocaleSetsDirectionScriptAndLanguage)
         {3, HB_DIRECTION_LTR, HB_SCRIPT_KATAKANA, "jp"},
         {4, HB_DIRECTION_RTL, HB_SCRIPT_ARABIC, "ar"},
         {7, HB_DIRECTION_LTR, HB_SCRIPT_LATIN, "en"},
-        {-1, HB_DIRECTION_LTR, HB_SCRIPT_LATIN, "en"},
     };
     for (const Row& r : rows) {
         app.setLocale(static_cast<UGlobal::ULocale>(r.locale));

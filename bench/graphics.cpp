@@ -1,0 +1,188 @@
+// Drawing costs: one 20-character line of text (shaping with HarfBuzz and
+// rasterising with FreeType through the drawer's pixel routine) against
+// plain FreeType rendering the same glyph indices straight into a one-bit
+// buffer; and a full-screen fillRect against a plain memset of the buffer.
+// Each pair runs in the same program; the report ends with the medians and
+// their ratios.
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include <hb-ft.h>
+#include <hb.h>
+
+#include "memoryscreen.h"
+#include "uapplication.h"
+#include "udrawer.h"
+#include "ufontmanager.h"
+
+namespace {
+
+const char* const LINE = "Missed call: 0123456"; // 20 characters
+
+std::string fontPath()
+{
+    return std::string(UTK_SOURCE_DIR) + "/fonts/utk-text-12.bdf";
+}
+
+// One application for the whole program, on an in-memory LCD.
+struct Fixture {
+    Fixture()
+    {
+        screen = new MemoryScreen();
+        app = new UApplication("GraphicsBench", screen, UApplication::UIMode(0));
+        app->fontManager()->loadFont(fontPath(), "text");
+        app->setFont("text");
+    }
+    ~Fixture() { delete app; }
+    MemoryScreen* screen;
+    UApplication* app;
+};
+
+Fixture& fixture()
+{
+    static Fixture f;
+    return f;
+}
+
+void BM_DrawerText(benchmark::State& state)
+{
+    fixture();
+    UDrawer d;
+    d.setFont("text");
+    const UString text(LINE);
+    for (auto _ : state) {
+        d.drawText(text, 0, 0, false);
+        benchmark::ClobberMemory();
+    }
+}
+
+// The reference: glyph indices shaped once beforehand, then only FreeType
+// loading and rendering each glyph and a direct blit of its bits.
+void BM_FreeTypeReference(benchmark::State& state)
+{
+    FT_Library lib;
+    FT_Init_FreeType(&lib);
+    FT_Face face;
+    if (FT_New_Face(lib, fontPath().c_str(), 0, &face) != 0) {
+        state.SkipWithError("font");
+        return;
+    }
+    hb_font_t* font = hb_ft_font_create(face, nullptr);
+    hb_buffer_t* buf = hb_buffer_create();
+    hb_buffer_add_utf8(buf, LINE, -1, 0, -1);
+    hb_buffer_guess_segment_properties(buf);
+    hb_shape(font, buf, nullptr, 0);
+    unsigned int n = 0;
+    const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(buf, &n);
+    const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(buf, &n);
+    std::vector<unsigned int> glyphs;
+    std::vector<int> advances;
+    for (unsigned int i = 0; i < n; ++i) {
+        glyphs.push_back(info[i].codepoint);
+        advances.push_back(pos[i].x_advance / 64);
+    }
+    const int stride = 25, height = 48;
+    std::vector<unsigned char> lcd(static_cast<size_t>(stride * height), 0xFF);
+    for (auto _ : state) {
+        int penX = 0;
+        for (size_t i = 0; i < glyphs.size(); ++i) {
+            if (FT_Load_Glyph(face, glyphs[i], FT_LOAD_DEFAULT) != 0 ||
+                FT_Render_Glyph(face->glyph, FT_RENDER_MODE_MONO) != 0)
+                break;
+            const FT_Bitmap& bm = face->glyph->bitmap;
+            const int top = 10 - face->glyph->bitmap_top;
+            const int left = penX + face->glyph->bitmap_left;
+            for (unsigned int r = 0; r < bm.rows; ++r) {
+                const int y = top + static_cast<int>(r);
+                if (y < 0 || y >= height)
+                    continue;
+                const unsigned char* src = bm.buffer + r * static_cast<unsigned int>(bm.pitch);
+                for (unsigned int x = 0; x < bm.width; ++x) {
+                    if (!(src[x / 8] & (0x80 >> (x % 8))))
+                        continue;
+                    const int px = left + static_cast<int>(x);
+                    if (px >= 0 && px < 199)
+                        lcd[static_cast<size_t>(y * stride + px / 8)] &=
+                            static_cast<unsigned char>(~(0x80 >> (px % 8)));
+                }
+            }
+            penX += advances[i];
+        }
+        benchmark::DoNotOptimize(lcd.data());
+        benchmark::ClobberMemory();
+    }
+    hb_buffer_destroy(buf);
+    hb_font_destroy(font);
+    FT_Done_Face(face);
+    FT_Done_FreeType(lib);
+}
+
+void BM_DrawerFillRect(benchmark::State& state)
+{
+    fixture();
+    UDrawer d;
+    d.setBrush(0);
+    for (auto _ : state) {
+        d.fillRect(0, 0, 198, 47);
+        benchmark::ClobberMemory();
+    }
+}
+
+void BM_MemsetReference(benchmark::State& state)
+{
+    MemoryScreen& s = *fixture().screen;
+    for (auto _ : state) {
+        std::memset(s.buffer(), 0x00, static_cast<size_t>(s.stride()) * s.height());
+        benchmark::ClobberMemory();
+    }
+}
+
+const int REPETITIONS = 9;
+
+BENCHMARK(BM_DrawerText)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_FreeTypeReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_MemsetReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+
+// Console output as usual, keeping the medians for the closing ratios.
+class MedianReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& r : runs)
+            if (r.aggregate_name == "median")
+                medians[r.run_name.function_name] = r.GetAdjustedRealTime();
+        ConsoleReporter::ReportRuns(runs);
+    }
+    std::map<std::string, double> medians;
+};
+
+void ratio(const MedianReporter& rep, const char* what, const char* ref)
+{
+    auto a = rep.medians.find(what);
+    auto b = rep.medians.find(ref);
+    if (a == rep.medians.end() || b == rep.medians.end() || b->second <= 0)
+        return;
+    std::printf("%-22s median %10.1f ns   %-22s median %10.1f ns   ratio %.2f\n", what, a->second,
+                ref, b->second, a->second / b->second);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    MedianReporter rep;
+    benchmark::RunSpecifiedBenchmarks(&rep);
+    std::printf("\n");
+    ratio(rep, "BM_DrawerText", "BM_FreeTypeReference");
+    ratio(rep, "BM_DrawerFillRect", "BM_MemsetReference");
+    benchmark::Shutdown();
+    return 0;
+}
