@@ -1,5 +1,7 @@
 #include "udrawer.h"
 
+#include <algorithm>
+
 #include <ft2build.h>
 #include FT_FREETYPE_H
 #include <hb-ft.h>
@@ -299,13 +301,19 @@ void UDrawer::fillRect(unsigned short x1, unsigned short y1, unsigned short x2, 
 {
     if (y1 > MAX_Y || x1 > MAX_X || y2 > MAX_Y || x2 > MAX_X)
         return;
-    const uint16_t left = x1 < x2 ? x1 : x2;
-    const uint16_t right = x1 < x2 ? x2 : x1;
-    const uint16_t top = y1 < y2 ? y1 : y2;
-    const uint16_t bottom = y1 < y2 ? y2 : y1;
+    if (m_screen == nullptr)
+        return;
+    // Every pixel of the block is within the limits, so the pixel routine
+    // reduces to the clip test, done here once for the whole block: the
+    // screen sees the same setPixel calls, in the same row-major order.
+    const unsigned int left = std::max<unsigned int>(std::min(x1, x2), m_clipRect.getLeft());
+    const unsigned int right = std::min<unsigned int>(std::max(x1, x2), m_clipRect.getRight());
+    const unsigned int top = std::max<unsigned int>(std::min(y1, y2), m_clipRect.getTop());
+    const unsigned int bottom = std::min<unsigned int>(std::max(y1, y2), m_clipRect.getBottom());
     for (unsigned int y = top; y <= bottom; ++y)
         for (unsigned int x = left; x <= right; ++x)
-            drawPixel(static_cast<uint16_t>(x), static_cast<uint16_t>(y), m_brush);
+            m_screen->setPixel(static_cast<uint16_t>(x + m_translationX),
+                               static_cast<uint16_t>(y + m_translationY), m_brush);
 }
 
 void UDrawer::fillRect(const UPoint& p1, const UPoint& p2)
