@@ -1,6 +1,7 @@
 // The application hub: instance lifecycle, construction checks, names,
 // routing without a window, full-screen requests outside client mode.
 #include "core_fixture.h"
+#include "deathstyle.h"
 
 TEST(Application, PhoneletNamesByNumber)
 {
@@ -37,7 +38,7 @@ TEST(Application, InstanceLifecycleAndModes)
 
 TEST(ApplicationDeathTest, SecondApplicationStopsTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, utkDeathTestStyle());
     EXPECT_DEATH(
         {
             UApplication first("A", new StubScreen, UApplication::UIMode(0));
@@ -48,7 +49,7 @@ TEST(ApplicationDeathTest, SecondApplicationStopsTheProcess)
 
 TEST(ApplicationDeathTest, NullScreenStopsTheProcess)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, utkDeathTestStyle());
     EXPECT_DEATH({ UApplication app("A", nullptr, UApplication::UIMode(0)); },
                  "src/uapplication.*UERROR: Screen is NUL");
 }
