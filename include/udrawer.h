@@ -43,6 +43,17 @@
 // shaped advances (whole pixels, each truncated); heights the tallest fixed
 // bitmap strike of the face. Unknown fonts draw nothing and measure 0.
 //
+// Choices of this implementation:
+// - the marker test looks at the text unit with the same index as the glyph
+//   (shaping may change the count; glyphs past the text's end are no
+//   markers);
+// - a glyph that FreeType leaves in a grey or colour format (a bitmap strike
+//   of more than one bit per pixel ignores the monochrome request) is not
+//   drawn, though its advance still moves the pen: reading its bytes as one
+//   bit per pixel would draw noise;
+// - without an application (none created yet, or destroyed) a drawer has no
+//   screen and draws nothing, and every font lookup finds nothing.
+//
 // Drawers are used only on the painting (event-loop) thread.
 #ifndef UDRAWER_H
 #define UDRAWER_H

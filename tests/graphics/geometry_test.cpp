@@ -55,22 +55,6 @@ TEST(URect, ZeroSizeReversesCornersAndWraps)
     EXPECT_EQ(edge.getHeight(), 3);
 }
 
-TEST(URect, SettersChangeOneCoordinate)
-{
-    URect r(1, 2, 3, 4);
-    r.setLeft(10);
-    r.setBottom(20);
-    EXPECT_EQ(r.getP1(), UPoint(10, 2));
-    EXPECT_EQ(r.getP2(), UPoint(3, 20));
-    r.setTop(7);
-    r.setRight(30);
-    EXPECT_EQ(r.getP1(), UPoint(10, 7));
-    EXPECT_EQ(r.getP2(), UPoint(30, 20));
-    r.setP1(UPoint(0, 0));
-    r.setP2(UPoint(5, 6));
-    EXPECT_EQ(r, URect(0, 0, 6, 7));
-}
-
 TEST(URect, TranslateWrapsBothCorners)
 {
     URect r(0, 10, 4, 4);
