@@ -1,6 +1,6 @@
 // Shared fixture for the widget base, window manager and label tests: an
 // application on an in-memory screen that records every event posted
-// through it, and a probe widget that logs what it is asked to do.
+// through it, and a probe widget that logs its paint and key calls.
 #ifndef UTK_TESTS_WIDGET_FIXTURE_H
 #define UTK_TESTS_WIDGET_FIXTURE_H
 
@@ -13,24 +13,25 @@
 #include "memoryscreen.h"
 #include "uapplication.h"
 #include "udrawer.h"
-#include "uevent.h"
 #include "ueventloop.h"
 #include "ukeyevent.h"
 #include "upaintevent.h"
 #include "uwidget.h"
 #include "uwindowmanager.h"
 
-// Records the type and target of every event posted, then posts it.
+using Log = std::vector<std::string>;
+using Targets = std::vector<UAgent*>;
+
 class RecordingApp : public UApplication {
 public:
+    explicit RecordingApp(UScreenIfc* screen)
+        : UApplication("WidgetTest", screen, UApplication::UIMode(0))
+    {
+    }
     struct Post {
         unsigned short type;
         UAgent* target;
     };
-    RecordingApp(UScreenIfc* screen, UApplication::UIMode mode = UApplication::UIMode(0))
-        : UApplication("WidgetTest", screen, mode)
-    {
-    }
     void postEvent(UEvent* e) override
     {
         posted.push_back(Post{e->getType(), e->getTarget()});
@@ -39,54 +40,37 @@ public:
     std::vector<Post> posted;
 };
 
-// A widget that logs its paint calls (with the drawer state it was handed)
-// and its key events into a shared log.
 class ProbeWidget : public UWidget {
 public:
-    ProbeWidget(UWidget* parent, std::string name, std::vector<std::string>* log)
+    ProbeWidget(UWidget* parent, std::string name, Log* log)
         : UWidget(parent), m_name(std::move(name)), m_log(log)
     {
     }
     void paintEvent(UPaintEvent*, UDrawer& d) override
     {
-        if (m_log)
-            m_log->push_back(m_name + ":paint");
+        m_log->push_back(m_name + ":paint");
         seenPen = d.pen();
         seenBrush = d.brush();
-        seenTranslation = d.translation();
         seenFont = d.font();
-        ++paints;
-        if (inkPixel)
-            d.drawPixel(getRect().getLeft(), getRect().getTop());
     }
-    void postPaintEvent(UPaintEvent*, UDrawer&) override
-    {
-        if (m_log)
-            m_log->push_back(m_name + ":post");
-    }
+    void postPaintEvent(UPaintEvent*, UDrawer&) override { m_log->push_back(m_name + ":post"); }
     bool keyEvent(UKeyEvent* e) override
     {
-        if (m_log)
-            m_log->push_back(m_name + ":key" + std::to_string(e->m_key));
+        m_log->push_back(m_name + ":key" + std::to_string(e->m_key));
         if (onKey)
             onKey();
-        if (consumeKeys)
-            return true;
-        return UWidget::keyEvent(e);
+        return consumeKeys || UWidget::keyEvent(e);
     }
 
     std::function<void()> onKey;
     bool consumeKeys = false;
-    bool inkPixel = false;
-    int paints = 0;
     unsigned char seenPen = 0xAA;
     unsigned char seenBrush = 0xAA;
-    UPoint seenTranslation;
     UString seenFont;
 
 private:
     std::string m_name;
-    std::vector<std::string>* m_log;
+    Log* m_log;
 };
 
 class WidgetTest : public ::testing::Test {
@@ -104,24 +88,27 @@ protected:
         UWidget::setPositioningMode(UWidget::Absolute);
     }
 
-    // Processes every queued event, and those they post.
     unsigned int drain() { return app->eventLoop()->processPendingEvents(); }
-
     // Targets of the paint events posted since the last forget().
-    std::vector<UAgent*> paints() const
+    Targets paints() const
     {
-        std::vector<UAgent*> out;
+        Targets out;
         for (const RecordingApp::Post& p : app->posted) {
             if (p.type == UEvent::Paint)
                 out.push_back(p.target);
         }
         return out;
     }
-    // Drops the record of what was posted, and the events themselves.
     void forget()
     {
         drain();
         app->posted.clear();
+    }
+    void fillInk(const URect& r)
+    {
+        UDrawer d;
+        d.setBrush(0);
+        d.fillRect(r);
     }
 
     MemoryScreen* screen = nullptr; // owned by the application
