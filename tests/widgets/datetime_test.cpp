@@ -104,7 +104,7 @@ TEST_F(DateTimeLabelTest, WeekdayMatchesTheCLibraryCalendarFrom1900To2100)
     EXPECT_GE(checkedByLibc, 49308);
 }
 
-TEST_F(DateTimeLabelTest, LeapYearsAndKnownWeekdays)
+TEST_F(DateTimeLabelTest, LeapDaysAndTheZeroDate)
 {
     EXPECT_FALSE(UDateTimeLabel::isGivenDateLeapYear(1900));
     EXPECT_TRUE(UDateTimeLabel::isGivenDateLeapYear(2000));
@@ -113,11 +113,7 @@ TEST_F(DateTimeLabelTest, LeapYearsAndKnownWeekdays)
     EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(0), 0u);
     EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(1), 1u); // year 0 counts
     EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(2024), 491u);
-    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(2023, 12, 31), 0u);
-    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(2024, 1, 1), 1u);
-    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(2024, 2, 29), 4u);
-    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(2024, 3, 1), 5u);
-    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(2100, 3, 1), 1u);
+    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(2024, 3, 1), 5u); // Friday
     // The zero date of a fresh label.
     EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(0, 0, 0), 5u);
 }

@@ -89,20 +89,6 @@ TEST_F(LineEditTest, LeftOnEmptyTextSendsTypeFourToTheListenerOnly)
     EXPECT_EQ(log.take(), (std::vector<std::string>{"4", "4"}));
 }
 
-TEST_F(LineEditTest, KeysReachTheFieldThroughTheApplication)
-{
-    postKey(KEY_4, KEY_PRESSED);
-    postKey(KEY_4, KEY_RELEASED);
-    postKey(KEY_2, KEY_RELEASED);
-    EXPECT_EQ(edit->getText(), UString("42"));
-    edit->setEnabled(false);
-    postKey(KEY_3, KEY_RELEASED); // the field is disabled, not its window
-    EXPECT_EQ(edit->getText(), UString("423"));
-    root->setEnabled(false);
-    postKey(KEY_3, KEY_RELEASED);
-    EXPECT_EQ(edit->getText(), UString("423"));
-}
-
 TEST_F(LineEditTest, CursorStandsAfterTheTextFromRowTwoToHeightMinusTwo)
 {
     REQUIRE_FONTS();
@@ -120,18 +106,13 @@ TEST_F(LineEditTest, CursorStandsAfterTheTextFromRowTwoToHeightMinusTwo)
     EXPECT_EQ(column(w, 0, 19), "..################..");
     EXPECT_EQ(column(w + 1, 0, 19), "....................");
 
-    // A taller field: the cursor grows with it; it follows the drawer's
-    // font, not the application's.
-    edit->setRect(URect(0, 0, 60, 30));
-    screen->clear();
-    root->handleUpdate(nullptr);
-    EXPECT_EQ(column(w, 0, 29), ".." + std::string(26, '#') + "..");
+    // The width is measured in the drawer's font, not the application's.
     edit->setFont("icons");
-    screen->clear();
-    root->handleUpdate(nullptr);
     const uint16_t wi = UDrawer::textWidth("14", "icons");
     ASSERT_NE(wi, w);
-    EXPECT_EQ(column(wi, 0, 29), ".." + std::string(26, '#') + "..");
+    screen->clear();
+    root->handleUpdate(nullptr);
+    EXPECT_EQ(column(wi, 0, 19), "..################..");
 }
 
 TEST_F(LineEditTest, BlinkTimerTogglesTheCursorEveryFiveHundredMilliseconds)

@@ -116,7 +116,6 @@ protected:
 
 // Icons of the project's icon font.
 enum : unsigned short {
-    ICON_PHONE = 0xE104,
     ICON_CALL_MISSED = 0xE105,
     ICON_CALL_INCOMING = 0xE106,
     ICON_CALL_OUTGOING = 0xE107
