@@ -10,10 +10,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include "medianreporter.h"
+#include "memoryscreen.h"
 #include "uapplication.h"
 #include "uevent.h"
 #include "ueventloop.h"
-#include "uscreenifc.h"
 #include "utimer.h"
 #include "utimerevent.h"
 #include "utimermanager.h"
@@ -21,18 +22,6 @@
 namespace {
 
 const int kBatch = 1000;
-
-struct NullScreen : UScreenIfc {
-    unsigned char b[1] = {0};
-    unsigned short width() const override { return 0; }
-    unsigned short height() const override { return 0; }
-    unsigned short stride() const override { return 0; }
-    unsigned char* buffer() override { return b; }
-    unsigned char* scanLine(unsigned short) override { return b; }
-    unsigned char pixel(unsigned short, unsigned short) const override { return 255; }
-    void setPixel(unsigned short, unsigned short, unsigned char) override {}
-    bool fill(unsigned short, unsigned short, unsigned char, int) override { return true; }
-};
 
 struct Counter : UAgent {
     long long n = 0;
@@ -76,7 +65,7 @@ struct RefQueue {
 
 void BM_Utk_SameThread(benchmark::State& state)
 {
-    UApplication app("bench", new NullScreen, UApplication::UIMode(0));
+    UApplication app("bench", new MemoryScreen, UApplication::UIMode(0));
     Counter c;
     for (auto _ : state) {
         for (int i = 0; i < kBatch; ++i)
@@ -110,7 +99,7 @@ void BM_Utk_CrossThread(benchmark::State& state)
 {
     for (auto _ : state) {
         state.PauseTiming();
-        UApplication* app = new UApplication("bench", new NullScreen, UApplication::UIMode(0));
+        UApplication* app = new UApplication("bench", new MemoryScreen, UApplication::UIMode(0));
         Counter c;
         c.stopAtEnd = true;
         c.end = kBatch;
@@ -156,7 +145,7 @@ BENCHMARK(BM_Ref_CrossThread)->Repetitions(5)->ReportAggregatesOnly(true)->UseRe
 void BM_TimerDrift(benchmark::State& state)
 {
     const double seconds = static_cast<double>(state.range(0));
-    UApplication app("bench", new NullScreen, UApplication::UIMode(0));
+    UApplication app("bench", new MemoryScreen, UApplication::UIMode(0));
     Counter c;
     UTimer timer(&c, 1000);
     UTimerManager* m = UTimerManager::instance();
@@ -182,4 +171,14 @@ BENCHMARK(BM_TimerDrift)->Arg(10)->Iterations(1)->Unit(benchmark::kSecond)->UseR
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    MedianReporter rep;
+    benchmark::RunSpecifiedBenchmarks(&rep);
+    std::printf("\n");
+    rep.ratio("BM_Utk_SameThread", "BM_Ref_SameThread");
+    rep.ratio("BM_Utk_CrossThread", "BM_Ref_CrossThread");
+    benchmark::Shutdown();
+    return 0;
+}

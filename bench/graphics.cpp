@@ -17,6 +17,7 @@
 #include <hb-ft.h>
 #include <hb.h>
 
+#include "medianreporter.h"
 #include "memoryscreen.h"
 #include "uapplication.h"
 #include "udrawer.h"
@@ -165,29 +166,7 @@ BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(tru
 BENCHMARK(BM_SetPixelReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_MemsetReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 
-// Console output as usual, keeping the medians of CPU time (steadier than
-// wall time on a shared machine) for the closing ratios.
-class MedianReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& r : runs)
-            if (r.aggregate_name == "median")
-                medians[r.run_name.function_name] = r.GetAdjustedCPUTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    std::map<std::string, double> medians;
-};
 
-void ratio(const MedianReporter& rep, const char* what, const char* ref)
-{
-    auto a = rep.medians.find(what);
-    auto b = rep.medians.find(ref);
-    if (a == rep.medians.end() || b == rep.medians.end() || b->second <= 0)
-        return;
-    std::printf("%-22s median %10.1f ns CPU   %-22s median %10.1f ns CPU   ratio %.2f\n", what, a->second,
-                ref, b->second, a->second / b->second);
-}
 
 } // namespace
 
@@ -197,9 +176,9 @@ int main(int argc, char** argv)
     MedianReporter rep;
     benchmark::RunSpecifiedBenchmarks(&rep);
     std::printf("\n");
-    ratio(rep, "BM_DrawerText", "BM_FreeTypeReference");
-    ratio(rep, "BM_DrawerFillRect", "BM_SetPixelReference");
-    ratio(rep, "BM_DrawerFillRect", "BM_MemsetReference");
+    rep.ratio("BM_DrawerText", "BM_FreeTypeReference");
+    rep.ratio("BM_DrawerFillRect", "BM_SetPixelReference");
+    rep.ratio("BM_DrawerFillRect", "BM_MemsetReference");
     benchmark::Shutdown();
     return 0;
 }

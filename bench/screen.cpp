@@ -18,6 +18,8 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
+#include "medianreporter.h"
+
 #include "simframebuffer.h"
 #include "syshardwareversion.h"
 #include "uscreenzq4.h"
@@ -102,19 +104,6 @@ void BM_Memcpy(benchmark::State& state)
 BENCHMARK(BM_Flush)->Arg(16)->Arg(24)->Arg(32)->Repetitions(9)->ReportAggregatesOnly(true);
 BENCHMARK(BM_Memcpy)->Arg(16)->Arg(24)->Arg(32)->Repetitions(9)->ReportAggregatesOnly(true);
 
-// Keeps the median real time of every benchmark for the ratio table.
-class MedianReporter : public benchmark::ConsoleReporter {
-public:
-    std::map<std::string, std::pair<double, double>> medians; // real, CPU
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& r : runs)
-            if (r.aggregate_name == "median")
-                medians[r.run_name.function_name + "/" + r.run_name.args] = {r.GetAdjustedRealTime(),
-                                                                             r.GetAdjustedCPUTime()};
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
 
 } // namespace
 
@@ -135,12 +124,12 @@ int main(int argc, char** argv)
     for (const char* bpp : {"16", "24", "32"}) {
         const auto f = reporter.medians.find(std::string("BM_Flush/") + bpp);
         const auto m = reporter.medians.find(std::string("BM_Memcpy/") + bpp);
-        if (f == reporter.medians.end() || m == reporter.medians.end() || m->second.first <= 0
-            || m->second.second <= 0)
+        if (f == reporter.medians.end() || m == reporter.medians.end() || m->second.real <= 0
+            || m->second.cpu <= 0)
             continue;
-        fprintf(stderr, "%-6s %6.0f ns %6.0f ns %7.1f   %6.0f ns %6.0f ns %7.1f\n", bpp, f->second.first,
-                m->second.first, f->second.first / m->second.first, f->second.second,
-                m->second.second, f->second.second / m->second.second);
+        fprintf(stderr, "%-6s %6.0f ns %6.0f ns %7.1f   %6.0f ns %6.0f ns %7.1f\n", bpp, f->second.real,
+                m->second.real, f->second.real / m->second.real, f->second.cpu,
+                m->second.cpu, f->second.cpu / m->second.cpu);
     }
     benchmark::Shutdown();
     return 0;

@@ -29,6 +29,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "medianreporter.h"
 #include "memoryscreen.h"
 #include "uapplication.h"
 #include "udatetimelabel.h"
@@ -238,28 +239,7 @@ BENCHMARK(BM_RawScreenEquivalent)->Repetitions(REPETITIONS)->ReportAggregatesOnl
 BENCHMARK(BM_RawFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_RawTextLine)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 
-// Console output as usual, keeping the medians for the closing ratios.
-class MedianReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& r : runs)
-            if (r.aggregate_name == "median")
-                medians[r.run_name.function_name] = r.GetAdjustedCPUTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-    std::map<std::string, double> medians;
-};
 
-void ratio(const MedianReporter& rep, const char* what, const char* ref)
-{
-    auto a = rep.medians.find(what);
-    auto b = rep.medians.find(ref);
-    if (a == rep.medians.end() || b == rep.medians.end() || b->second <= 0)
-        return;
-    std::printf("%-22s CPU median %10.1f ns   %-22s %10.1f ns   ratio %.2f\n", what, a->second,
-                ref, b->second, a->second / b->second);
-}
 
 } // namespace
 
@@ -269,12 +249,12 @@ int main(int argc, char** argv)
     MedianReporter rep;
     benchmark::RunSpecifiedBenchmarks(&rep);
     std::printf("\n");
-    ratio(rep, "BM_FullScreenRepaint", "BM_RawScreenEquivalent");
-    ratio(rep, "BM_FullScreenRepaint", "BM_RawFillRect");
-    ratio(rep, "BM_FullScreenRepaint", "BM_RawTextLine");
-    ratio(rep, "BM_ListKeyPress", "BM_FullScreenRepaint");
-    ratio(rep, "BM_ListKeyPress", "BM_RawFillRect");
-    ratio(rep, "BM_ListKeyPress", "BM_RawTextLine");
+    rep.ratio("BM_FullScreenRepaint", "BM_RawScreenEquivalent");
+    rep.ratio("BM_FullScreenRepaint", "BM_RawFillRect");
+    rep.ratio("BM_FullScreenRepaint", "BM_RawTextLine");
+    rep.ratio("BM_ListKeyPress", "BM_FullScreenRepaint");
+    rep.ratio("BM_ListKeyPress", "BM_RawFillRect");
+    rep.ratio("BM_ListKeyPress", "BM_RawTextLine");
     fixture().widgets.reset(); // before the application goes
     benchmark::Shutdown();
     return 0;

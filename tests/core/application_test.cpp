@@ -19,7 +19,7 @@ TEST(Application, InstanceLifecycleAndModes)
 {
     EXPECT_EQ(nullptr, UApplication::instance());
     {
-        UApplication app("A", new StubScreen, UApplication::UIMode(0));
+        UApplication app("A", new MemoryScreen, UApplication::UIMode(0));
         EXPECT_EQ(&app, UApplication::instance());
         EXPECT_EQ(nullptr, app.appServer());
         EXPECT_EQ(nullptr, app.appClient());
@@ -32,7 +32,7 @@ TEST(Application, InstanceLifecycleAndModes)
         app.releaseFullScreen();
     }
     EXPECT_EQ(nullptr, UApplication::instance());
-    UApplication again("B", new StubScreen, UApplication::UIMode(7));
+    UApplication again("B", new MemoryScreen, UApplication::UIMode(7));
     EXPECT_EQ(&again, UApplication::instance());
 }
 
@@ -41,8 +41,8 @@ TEST(ApplicationDeathTest, SecondApplicationStopsTheProcess)
     GTEST_FLAG_SET(death_test_style, utkDeathTestStyle());
     EXPECT_DEATH(
         {
-            UApplication first("A", new StubScreen, UApplication::UIMode(0));
-            UApplication second("B", new StubScreen, UApplication::UIMode(0));
+            UApplication first("A", new MemoryScreen, UApplication::UIMode(0));
+            UApplication second("B", new MemoryScreen, UApplication::UIMode(0));
         },
         "src/uapplication.*UERROR: UApplication is already created");
 }
@@ -79,7 +79,7 @@ TEST_F(CoreTest, DerivedApplicationSeesEveryPost)
     delete app;
     struct Counting : UApplication {
         int posts = 0;
-        Counting() : UApplication("C", new StubScreen, UApplication::UIMode(0)) {}
+        Counting() : UApplication("C", new MemoryScreen, UApplication::UIMode(0)) {}
         void postEvent(UEvent* e) override
         {
             ++posts;

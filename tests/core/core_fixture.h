@@ -8,24 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#include "memoryscreen.h"
 #include "uapplication.h"
 #include "uevent.h"
 #include "ueventloop.h"
 #include "ukeyevent.h"
-#include "uscreenifc.h"
 #include "utimerevent.h"
-
-struct StubScreen : UScreenIfc {
-    unsigned char buf[1] = {0xFF};
-    unsigned short width() const override { return 0; }
-    unsigned short height() const override { return 0; }
-    unsigned short stride() const override { return 0; }
-    unsigned char* buffer() override { return buf; }
-    unsigned char* scanLine(unsigned short) override { return buf; }
-    unsigned char pixel(unsigned short, unsigned short) const override { return 255; }
-    void setPixel(unsigned short, unsigned short, unsigned char) override {}
-    bool fill(unsigned short, unsigned short, unsigned char, int) override { return true; }
-};
 
 // Records every delivery as "<name>:<kind><type>" in a shared log.
 struct Recorder : UAgent {
@@ -52,7 +40,7 @@ struct Stopper : UAgent {
 
 class CoreTest : public ::testing::Test {
 protected:
-    void SetUp() override { app = new UApplication("CoreTest", new StubScreen, UApplication::UIMode(0)); }
+    void SetUp() override { app = new UApplication("CoreTest", new MemoryScreen, UApplication::UIMode(0)); }
     void TearDown() override { delete app; }
 
     // Processes every event queued so far, and those they post.

@@ -214,7 +214,7 @@ TEST_F(TimerTest, RealThreadDeliversAndApplicationCanDieWithTimersRunning)
     delete app;
     app = nullptr;
     std::this_thread::sleep_for(std::chrono::milliseconds(30)); // fires with no application
-    app = new UApplication("again", new StubScreen, UApplication::UIMode(0));
+    app = new UApplication("again", new MemoryScreen, UApplication::UIMode(0));
     t.stop();
 }
 
