@@ -3,7 +3,7 @@
 #ifndef UTK_TESTS_GRAPHICS_FIXTURE_H
 #define UTK_TESTS_GRAPHICS_FIXTURE_H
 
-#include <ostream>
+#include <array>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -19,18 +19,7 @@ inline std::string sourcePath(const std::string& rel)
 }
 
 // {left, top, right, bottom} of some ink.
-struct Box {
-    int left, top, right, bottom;
-    bool operator==(const Box& o) const
-    {
-        return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
-    }
-};
-
-inline std::ostream& operator<<(std::ostream& os, const Box& b)
-{
-    return os << "{" << b.left << ", " << b.top << ", " << b.right << ", " << b.bottom << "}";
-}
+using Box = std::array<int, 4>;
 
 class GraphicsTest : public ::testing::Test {
 protected:
@@ -43,8 +32,7 @@ protected:
         app = new UApplication("GraphicsTest", screen, UApplication::UIMode(0));
         // Whatever the application drew while starting is not the test's.
         screen->clear();
-        screen->beginCalls = screen->endCalls = screen->flushCalls = 0;
-        screen->setPixelCalls = 0;
+        screen->beginCalls = screen->endCalls = screen->flushCalls = screen->setPixelCalls = 0;
         screen->pixels.clear();
         screen->lineOffers.clear();
     }
@@ -73,10 +61,10 @@ protected:
         for (int y = 0; y < screen->height(); ++y)
             for (int x = 0; x < screen->width(); ++x)
                 if (screen->pixel(static_cast<unsigned short>(x), static_cast<unsigned short>(y)) == 0) {
-                    if (b.left < 0 || x < b.left) b.left = x;
-                    if (b.top < 0) b.top = y;
-                    if (x > b.right) b.right = x;
-                    b.bottom = y;
+                    if (b[0] < 0 || x < b[0]) b[0] = x;
+                    if (b[1] < 0) b[1] = y;
+                    if (x > b[2]) b[2] = x;
+                    b[3] = y;
                 }
         return b;
     }

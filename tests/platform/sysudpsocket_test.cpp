@@ -12,83 +12,65 @@ namespace {
 
 const uint32_t LOOPBACK = 0x7F000001u;
 
-// Opens on an ephemeral loopback port, never the screen server's 65529.
-void openEphemeral(SysUdpSocket& s, const std::string& name)
-{
-    ASSERT_EQ(s.open(0, SysAddressFamilyIPv4, name, "127.0.0.1"), 0);
-    ASSERT_GE(s.socketHandle(), 0);
-    ASSERT_NE(s.localPort(), 0);
-    ASSERT_NE(s.localPort(), 65529);
-}
+// Two sockets on ephemeral loopback ports, never the screen server's 65529.
+class UdpPair : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        openEphemeral(a, "a");
+        openEphemeral(b, "b");
+    }
+    static void openEphemeral(SysUdpSocket& s, const std::string& name)
+    {
+        ASSERT_EQ(s.open(0, SysAddressFamilyIPv4, name, "127.0.0.1"), 0);
+        ASSERT_GE(s.socketHandle(), 0);
+        ASSERT_NE(s.localPort(), 0);
+        ASSERT_NE(s.localPort(), 65529);
+    }
+    SysUdpSocket a, b;
+    char buf[16];
+};
 
 } // namespace
 
-TEST(SysUdpSocket, RoundTripReportsSenderAndKeepsEveryByte)
+// Datagrams keep every byte and their boundaries: a long one is truncated
+// and its rest lost, an empty one is a datagram, not a shut-down socket.
+TEST_F(UdpPair, DatagramsKeepBytesBoundariesAndSender)
 {
-    SysUdpSocket a, b;
-    openEphemeral(a, "a");
-    openEphemeral(b, "b");
-    EXPECT_EQ(a.name(), "a");
-
-    const unsigned char msg[] = {0x40, 0x00, 0xFF, 0x80, 0x7F};
-    ASSERT_EQ(a.write(msg, sizeof msg, LOOPBACK, b.localPort()), 5);
-
-    unsigned char buf[16];
+    const std::string msgs[] = {std::string("\x40\x00\xFF\x80\x7F", 5), "0123456789", "", "Z"};
+    for (const std::string& m : msgs)
+        ASSERT_EQ(a.write(m.data(), static_cast<int>(m.size()), LOOPBACK, b.localPort()),
+                  static_cast<int>(m.size()));
     std::memset(buf, 0xAA, sizeof buf);
     uint32_t from = 0;
     unsigned short fromPort = 0;
     ASSERT_EQ(b.read(buf, sizeof buf, &from, &fromPort), 5);
-    EXPECT_EQ(std::memcmp(buf, msg, sizeof msg), 0);
-    EXPECT_EQ(buf[5], 0xAA);
+    EXPECT_EQ(std::string(buf, 6), msgs[0] + "\xAA");
     EXPECT_EQ(from, LOOPBACK);
     EXPECT_EQ(fromPort, a.localPort());
-
-    // And back to the reported sender, with null out-parameters.
-    ASSERT_EQ(b.write("xy", 2, from, fromPort), 2);
-    ASSERT_EQ(a.read(buf, sizeof buf, nullptr, nullptr), 2);
-    EXPECT_EQ(std::memcmp(buf, "xy", 2), 0);
-}
-
-TEST(SysUdpSocket, LongDatagramIsTruncatedAndEmptyOneIsNotAnError)
-{
-    SysUdpSocket a, b;
-    openEphemeral(a, "a");
-    openEphemeral(b, "b");
-
-    ASSERT_EQ(a.write("0123456789", 10, LOOPBACK, b.localPort()), 10);
-    ASSERT_EQ(a.write("AB", 2, LOOPBACK, b.localPort()), 2);
-    ASSERT_EQ(a.write("", 0, LOOPBACK, b.localPort()), 0);
-    ASSERT_EQ(a.write("Z", 1, LOOPBACK, b.localPort()), 1);
-
-    char buf[16];
-    std::memset(buf, 0, sizeof buf);
-    unsigned short port = 0;
-    ASSERT_EQ(b.read(buf, 4, nullptr, &port), 4);
-    EXPECT_EQ(std::string(buf, 5), std::string("0123\0", 5));
-    EXPECT_EQ(port, a.localPort());
-    // The rest of the long datagram is gone; the next read gets the next one.
-    ASSERT_EQ(b.read(buf, sizeof buf, nullptr, nullptr), 2);
-    EXPECT_EQ(std::string(buf, 2), "AB");
-    // A zero-length datagram is a datagram, not a shut-down socket.
-    port = 0;
-    EXPECT_EQ(b.read(buf, sizeof buf, nullptr, &port), 0);
-    EXPECT_EQ(port, a.localPort());
+    std::memset(buf, 0xAA, sizeof buf);
+    ASSERT_EQ(b.read(buf, 4, nullptr, nullptr), 4);
+    EXPECT_EQ(std::string(buf, 5), "0123\xAA");
+    fromPort = 0;
+    EXPECT_EQ(b.read(buf, sizeof buf, nullptr, &fromPort), 0);
+    EXPECT_EQ(fromPort, a.localPort());
     ASSERT_EQ(b.read(buf, sizeof buf, nullptr, nullptr), 1);
     EXPECT_EQ(buf[0], 'Z');
+
+    // And back to the reported sender, with null out-parameters.
+    ASSERT_EQ(b.write("xy", 2, from, a.localPort()), 2);
+    ASSERT_EQ(a.read(buf, sizeof buf, nullptr, nullptr), 2);
+    EXPECT_EQ(std::string(buf, 2), "xy");
 }
 
-TEST(SysUdpSocket, ShutdownReadWakesBlockedReaderForGood)
+TEST_F(UdpPair, ShutdownReadWakesBlockedReaderForGood)
 {
-    SysUdpSocket a, b;
-    openEphemeral(a, "a");
-    openEphemeral(b, "b");
-
     std::atomic<bool> reading{false};
     std::atomic<int> result{-2};
     std::thread reader([&] {
-        char buf[8];
+        char mine[8];
         reading = true;
-        result = b.read(buf, sizeof buf, nullptr, nullptr);
+        result = b.read(mine, sizeof mine, nullptr, nullptr);
     });
     while (!reading.load())
         std::this_thread::yield();
@@ -100,7 +82,6 @@ TEST(SysUdpSocket, ShutdownReadWakesBlockedReaderForGood)
 
     // Later reads fail at once, even with a datagram waiting.
     a.write("late", 4, LOOPBACK, b.localPort());
-    char buf[8];
     EXPECT_EQ(b.read(buf, sizeof buf, nullptr, nullptr), -1);
     EXPECT_EQ(b.read(buf, sizeof buf, nullptr, nullptr), -1);
 
@@ -110,29 +91,21 @@ TEST(SysUdpSocket, ShutdownReadWakesBlockedReaderForGood)
     EXPECT_EQ(b.read(buf, sizeof buf, nullptr, nullptr), 2);
 }
 
-TEST(SysUdpSocket, FailuresReturnMinusOne)
+TEST_F(UdpPair, FailuresReturnMinusOne)
 {
-    SysUdpSocket s;
-    char buf[4];
-    EXPECT_EQ(s.socketHandle(), -1);
-    EXPECT_EQ(s.localPort(), 0);
+    SysUdpSocket s; // never opened
     EXPECT_EQ(s.read(buf, sizeof buf, nullptr, nullptr), -1);
     EXPECT_EQ(s.write(buf, sizeof buf, LOOPBACK, 9), -1);
     s.shutdownRead();
-
     EXPECT_EQ(s.open(0, SysAddressFamilyIPv4, "bad", "not-an-address"), -1);
+    EXPECT_EQ(s.open(0, static_cast<SysAddressFamily>(0), "fam", "127.0.0.1"), -1); // no family
+    EXPECT_EQ(s.open(a.localPort(), SysAddressFamilyIPv4, "taken", "127.0.0.1"), -1);
     EXPECT_EQ(s.socketHandle(), -1);
-    EXPECT_EQ(s.open(0, SysAddressFamilyUnspecified, "fam", "127.0.0.1"), -1);
-    EXPECT_EQ(s.socketHandle(), -1);
-
-    SysUdpSocket owner;
-    openEphemeral(owner, "owner");
-    EXPECT_EQ(s.open(owner.localPort(), SysAddressFamilyIPv4, "taken", "127.0.0.1"), -1);
-
-    EXPECT_EQ(owner.read(buf, -1, nullptr, nullptr), -1);
-    EXPECT_EQ(owner.read(nullptr, 4, nullptr, nullptr), -1);
-    EXPECT_EQ(owner.write(buf, -1, LOOPBACK, owner.localPort()), -1);
-    owner.close();
-    EXPECT_EQ(owner.socketHandle(), -1);
-    owner.close();
+    // Negative lengths and a missing buffer never reach the system.
+    EXPECT_EQ(a.read(buf, -1, nullptr, nullptr), -1);
+    EXPECT_EQ(a.read(nullptr, 4, nullptr, nullptr), -1);
+    EXPECT_EQ(a.write(buf, -1, LOOPBACK, a.localPort()), -1);
+    a.close();
+    a.close();
+    EXPECT_EQ(a.socketHandle(), -1);
 }

@@ -31,9 +31,7 @@ inline void removeSegment()
 inline unsigned char* makeSegment(size_t size, unsigned char value)
 {
     const int id = shmget(UScreenZQ4::SHM_KEY, size, IPC_CREAT | 0600);
-    if (id < 0)
-        return nullptr;
-    void* a = shmat(id, nullptr, 0);
+    void* a = id < 0 ? reinterpret_cast<void*>(-1) : shmat(id, nullptr, 0);
     if (a == reinterpret_cast<void*>(-1))
         return nullptr;
     memset(a, value, size);
@@ -64,6 +62,7 @@ protected:
     void open(const char* id, uint32_t xres, uint32_t yres, uint32_t bpp, uint32_t line = 0,
               size_t segment = 0)
     {
+        removeSegment();
         ASSERT_TRUE(SimFramebuffer::configure(id, xres, yres, bpp, line));
         if (segment && geteuid() != 0) {
             ASSERT_NE(makeSegment(segment, 0x00), nullptr);
@@ -90,6 +89,14 @@ protected:
     uint16_t mem16(size_t i) { uint16_t v; memcpy(&v, mem8() + 2 * i, 2); return v; }
     uint32_t mem32(size_t i) { uint32_t v; memcpy(&v, mem8() + 4 * i, 4); return v; }
     void fillMemory(unsigned char v) { memset(mem8(), v, SimFramebuffer::memorySize()); }
+    // Whether the whole device memory is still zero.
+    bool memoryUntouched()
+    {
+        for (size_t i = 0; i < SimFramebuffer::memorySize(); ++i)
+            if (mem8()[i] != 0)
+                return false;
+        return true;
+    }
     // Buffer all background but for ink at (x, y).
     void inkOnly(unsigned short x, unsigned short y)
     {
