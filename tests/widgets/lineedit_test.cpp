@@ -1,44 +1,29 @@
 // Line edit: digits and delete on release, the type-4 event, the cursor's
 // place, and the blink timer driven by the paused timer manager's tick().
-#include <memory>
+#include <algorithm>
 
-#include "list_fixture.h"
 #include "ulineedit.h"
+#include "widget_fixture.h"
 
-class LineEditTest : public PaintedWidgetTest {
+class LineEditTest : public WidgetTest {
 protected:
     void SetUp() override
     {
-        PaintedWidgetTest::SetUp();
-        root.reset(new UWidget(nullptr));
-        root->setRect(URect(0, 0, 199, 48));
-        edit = new ULineEdit(root.get());
+        WidgetTest::SetUp();
+        edit = new ULineEdit(makeRoot());
         edit->setRect(URect(0, 0, 60, 20)); // top 0, bottom 19
-        drain();
-        app->posted.clear();
+        forget();
     }
-    void TearDown() override
+    // Repaints on a clear screen; rows 0-19 of column x, '#' for ink.
+    std::string column(int x)
     {
-        root.reset();
-        PaintedWidgetTest::TearDown();
-    }
-    int posted(unsigned short type) const
-    {
-        int n = 0;
-        for (const RecordingApp::Post& p : app->posted)
-            n += p.type == type;
-        return n;
-    }
-    // Rows y0..y1 of column x, '#' for ink.
-    std::string column(int x, int y0, int y1) const
-    {
-        std::string s;
-        for (int y = y0; y <= y1; ++y)
-            s += screen->pixel(static_cast<uint16_t>(x), static_cast<uint16_t>(y)) ? '.' : '#';
-        return s;
+        screen->clear();
+        root->handleUpdate(nullptr);
+        std::string art = screen->art(x, 0, 1, 20);
+        art.erase(std::remove(art.begin(), art.end(), '\n'), art.end());
+        return art;
     }
 
-    std::unique_ptr<UWidget> root;
     ULineEdit* edit = nullptr;
     EmitLog log;
 };
@@ -50,17 +35,10 @@ TEST_F(LineEditTest, DigitsAppendAndLeftDeletesOnReleaseOnly)
         EXPECT_FALSE(key(*edit, KEY_5, state));
         EXPECT_FALSE(key(*edit, KEY_LEFT, state));
     }
-    EXPECT_EQ(edit->getText(), UString("12"));
-    EXPECT_EQ(posted(UEvent::Paint), 0);
-
-    EXPECT_TRUE(key(*edit, KEY_5));
-    EXPECT_EQ(edit->getText(), UString("125"));
-    EXPECT_TRUE(key(*edit, KEY_0));
-    EXPECT_TRUE(key(*edit, KEY_9));
-    EXPECT_EQ(edit->getText(), UString("12509"));
-    EXPECT_TRUE(key(*edit, KEY_LEFT));
+    for (unsigned short k : {KEY_5, KEY_0, KEY_9, KEY_LEFT})
+        EXPECT_TRUE(key(*edit, k));
     EXPECT_EQ(edit->getText(), UString("1250"));
-    EXPECT_EQ(posted(UEvent::Paint), 4); // one refresh per consumed key
+    EXPECT_EQ(paints().size(), 4u); // one refresh per consumed key
 
     // Keys around the digits and the other named keys are not consumed.
     const unsigned short others[] = {KEY_NONE, KEY_UP,   KEY_RIGHT,  KEY_DOWN, KEY_SELECT,
@@ -69,92 +47,72 @@ TEST_F(LineEditTest, DigitsAppendAndLeftDeletesOnReleaseOnly)
     for (unsigned short k : others)
         EXPECT_FALSE(key(*edit, k)) << k;
     EXPECT_EQ(edit->getText(), UString("1250"));
-    EXPECT_EQ(posted(UEvent::Paint), 4);
+    EXPECT_EQ(paints().size(), 4u);
 }
 
 TEST_F(LineEditTest, LeftOnEmptyTextSendsTypeFourToTheListenerOnly)
 {
     edit->setText("7");
     EXPECT_TRUE(key(*edit, KEY_LEFT));
-    EXPECT_TRUE(edit->getText().isEmpty());
-    // No listener: nothing is sent, the key is still consumed.
-    EXPECT_TRUE(key(*edit, KEY_LEFT));
-    EXPECT_EQ(posted(UEvent::LineEditDelete), 0);
-
+    EXPECT_TRUE(key(*edit, KEY_LEFT)); // no listener: still consumed, nothing sent
+    EXPECT_TRUE(posts(UEvent::LineEditDelete).empty());
     edit->setListener(&log);
     EXPECT_TRUE(key(*edit, KEY_LEFT));
     EXPECT_TRUE(key(*edit, KEY_LEFT));
     EXPECT_TRUE(edit->getText().isEmpty());
-    drain();
-    EXPECT_EQ(log.take(), (std::vector<std::string>{"4", "4"}));
+    EXPECT_EQ(emitted(log), (Log{"4", "4"}));
 }
 
 TEST_F(LineEditTest, CursorStandsAfterTheTextFromRowTwoToHeightMinusTwo)
 {
     REQUIRE_FONTS();
-    // Empty text: the cursor is column 0.
+    const std::string cursor = "..################..";
     edit->timerEvent(nullptr);
     ASSERT_TRUE(edit->isCursorVisible());
-    drain();
-    EXPECT_EQ(column(0, 0, 19), "..################..");
+    EXPECT_EQ(column(0), cursor); // empty text: column 0
 
     edit->setText("14");
     const uint16_t w = UDrawer::textWidth("14", "text");
     ASSERT_GT(w, 0);
-    screen->clear();
-    root->handleUpdate(nullptr);
-    EXPECT_EQ(column(w, 0, 19), "..################..");
-    EXPECT_EQ(column(w + 1, 0, 19), "....................");
-
+    EXPECT_EQ(column(w), cursor);
+    EXPECT_EQ(column(w + 1), std::string(20, '.'));
     // The width is measured in the drawer's font, not the application's.
     edit->setFont("icons");
     const uint16_t wi = UDrawer::textWidth("14", "icons");
     ASSERT_NE(wi, w);
-    screen->clear();
-    root->handleUpdate(nullptr);
-    EXPECT_EQ(column(wi, 0, 19), "..################..");
+    EXPECT_EQ(column(wi), cursor);
 }
 
 TEST_F(LineEditTest, BlinkTimerTogglesTheCursorEveryFiveHundredMilliseconds)
 {
-    UTimer* timer = ownTimer(*edit);
-    ASSERT_NE(timer, nullptr);
-    EXPECT_EQ(timer->getIntervalTime(), 500u);
-    EXPECT_TRUE(timer->isRunning());
-    EXPECT_FALSE(timer->isSingleShot());
     EXPECT_FALSE(edit->isCursorVisible());
 
-    UTimerManager::instance()->tick(490);
-    drain();
+    advance(499);
     EXPECT_FALSE(edit->isCursorVisible());
-    UTimerManager::instance()->tick(10);
-    drain();
+    advance(1);
     EXPECT_TRUE(edit->isCursorVisible());
-    EXPECT_EQ(posted(UEvent::Timer), 1);
-    EXPECT_EQ(posted(UEvent::Paint), 1);
-    UTimerManager::instance()->tick(500);
-    drain();
+    EXPECT_EQ(posts(UEvent::Timer), Targets{edit});
+    EXPECT_EQ(paints(), Targets{edit});
+    advance(500);
     EXPECT_FALSE(edit->isCursorVisible());
 
     // While hidden the cursor keeps blinking, without paint events.
     edit->setVisible(false);
     app->posted.clear();
-    UTimerManager::instance()->tick(500);
-    drain();
+    advance(500);
     EXPECT_TRUE(edit->isCursorVisible());
-    EXPECT_EQ(posted(UEvent::Paint), 0);
-}
+    EXPECT_TRUE(paints().empty());
 
-TEST_F(LineEditTest, DestroyingTheFieldStopsItsTimerAndDropsItsQueuedTick)
-{
+    // A field destroyed with its tick queued: the timer goes, the tick
+    // reaches nothing.
     const unsigned int timers = UTimerManager::instance()->count();
     ULineEdit* other = new ULineEdit(root.get());
     EXPECT_EQ(UTimerManager::instance()->count(), timers + 1);
-    UTimerManager::instance()->tick(500); // a timer event for `other` waits
+    UTimerManager::instance()->tick(500);
     delete other;
     EXPECT_EQ(UTimerManager::instance()->count(), timers);
-    drain(); // must not reach the destroyed field
-    EXPECT_TRUE(edit->isCursorVisible()); // the surviving field ticked
+    drain();
+    EXPECT_FALSE(edit->isCursorVisible()); // the surviving field ticked
 }
 
 class LineEditGoldenTest : public SceneTest {};
@@ -162,15 +120,11 @@ class LineEditGoldenTest : public SceneTest {};
 TEST_P(LineEditGoldenTest, DigitsWithTheCursorShown)
 {
     REQUIRE_FONTS();
-    ULineEdit* edit = new ULineEdit(panel);
-    edit->setRect(at(40, 14, 120, 18));
-    style(edit);
-    const unsigned short keys[] = {KEY_0, KEY_3, KEY_0, KEY_1, KEY_2, KEY_3, KEY_4, KEY_4, KEY_LEFT};
-    for (unsigned short k : keys)
+    ULineEdit* edit = place(new ULineEdit(panel), 40, 14, 120, 18);
+    for (unsigned short k : {KEY_0, KEY_3, KEY_0, KEY_1, KEY_2, KEY_3, KEY_4, KEY_4, KEY_LEFT})
         ASSERT_TRUE(key(*edit, k));
     edit->timerEvent(nullptr); // cursor on
-    EXPECT_TRUE(textart::matchesGolden(picture(), goldenName("lineedit")));
+    EXPECT_TRUE(matches("lineedit"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Flags, LineEditGoldenTest, ::testing::ValuesIn(goldenCases()),
-                         goldenCaseName);
+INSTANTIATE_GOLDEN(LineEditGoldenTest);

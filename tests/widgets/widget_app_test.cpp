@@ -1,15 +1,6 @@
 // The application hands show and hide requests (types 8 and 7) and keys to
 // the active window, and reports when there is none.
-#include "ukeys.h"
 #include "widget_fixture.h"
-
-static UKeyEvent* makeKey(UAgent* target, unsigned short code, int state)
-{
-    UKeyEvent* k = new UKeyEvent(target, UEvent::Key);
-    k->m_key = code;
-    k->m_state = state;
-    return k;
-}
 
 TEST_F(WidgetTest, ApplicationRoutesToTheActiveWindow)
 {
@@ -36,7 +27,6 @@ TEST_F(WidgetTest, ApplicationRoutesToTheActiveWindow)
     drain();
     EXPECT_EQ(36, screen->inkCount());
     EXPECT_EQ((Targets{&win, &win}), paints()); // setVisible(true), then refresh()
-    forget();
     log.clear();
 
     app->postEvent(makeKey(app, KEY_DOWN, KEY_PRESSED));

@@ -1,21 +1,35 @@
-// Shared fixture for the widget base, window manager and label tests: an
-// application on an in-memory screen that records every event posted
-// through it, and a probe widget that logs its paint and key calls.
+// Shared fixture for the widget tests: an application on an in-memory
+// screen that records every event posted through it, with the project's
+// fonts loaded (when present) and the timer manager paused so that time
+// moves only through tick(); a probe widget that logs its paint and key
+// calls; a recorder of list and line-edit events; and a scene for golden
+// pictures in both positioning modes.
 #ifndef UTK_TESTS_WIDGET_FIXTURE_H
 #define UTK_TESTS_WIDGET_FIXTURE_H
 
+#include <fstream>
 #include <functional>
+#include <map>
+#include <memory>
+#include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "memoryscreen.h"
+#include "textart.h"
 #include "uapplication.h"
 #include "udrawer.h"
 #include "ueventloop.h"
+#include "ufontmanager.h"
 #include "ukeyevent.h"
+#include "ukeys.h"
+#include "ulistevent.h"
+#include "ulistitem.h"
 #include "upaintevent.h"
+#include "utimermanager.h"
 #include "uwidget.h"
 #include "uwindowmanager.h"
 
@@ -61,11 +75,9 @@ public:
             onKey();
         return consumeKeys || UWidget::keyEvent(e);
     }
-
     std::function<void()> onKey;
     bool consumeKeys = false;
-    unsigned char seenPen = 0xAA;
-    unsigned char seenBrush = 0xAA;
+    unsigned char seenPen = 0xAA, seenBrush = 0xAA;
     UString seenFont;
 
 private:
@@ -73,47 +85,177 @@ private:
     Log* m_log;
 };
 
+// Logs what a widget emits: "5:<row>:<index>", "6:<row>:<index>" for list
+// events (rows named through `names` by address only, "?" for an unnamed
+// one, "null" for none), "4" for the line edit's delete on empty text.
+class EmitLog : public UAgent {
+public:
+    void event(UEvent* e) override
+    {
+        std::string s = std::to_string(e->m_type);
+        if (UListEvent* le = dynamic_cast<UListEvent*>(e)) {
+            auto it = names.find(le->item());
+            s += ":" + (!le->item() ? "null" : it != names.end() ? it->second : "?") + ":" +
+                 (le->index() == 0xFFFFFFFFu ? "-1" : std::to_string(le->index()));
+        }
+        log.push_back(s);
+    }
+    Log take() { return std::exchange(log, Log()); }
+    std::map<const UListItem*, std::string> names;
+    Log log;
+};
+
+inline void enableFlags(UWidget* w, uint8_t flags)
+{
+    for (uint8_t f : {UWidget::Background, UWidget::Border, UWidget::Inverted})
+        if (flags & f)
+            w->enableStyleFlag(static_cast<UWidget::StyleFlag>(f));
+}
+
 class WidgetTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
+        UTimerManager::instance()->setPaused(true);
         UWidget::setPositioningMode(UWidget::Absolute);
         screen = new MemoryScreen;
         app = new RecordingApp(screen);
         wm = app->windowManager();
+        const std::string dir = UTK_SOURCE_DIR "/fonts/";
+        fontsLoaded = std::ifstream(dir + "utk-text-12.bdf").good() &&
+                      std::ifstream(dir + "utk-icons-10.bdf").good();
+        if (fontsLoaded) {
+            app->fontManager()->loadFont(dir + "utk-text-12.bdf", "text");
+            app->fontManager()->loadFont(dir + "utk-icons-10.bdf", "icons");
+            app->setFont("text");
+            app->setIconFont("icons");
+        }
     }
     void TearDown() override
     {
+        root.reset();
         delete app;
         UWidget::setPositioningMode(UWidget::Absolute);
+        UTimerManager::instance()->setPaused(false);
+    }
+    // A full-screen window, destroyed before the application.
+    UWidget* makeRoot()
+    {
+        root.reset(new UWidget(nullptr));
+        root->setRect(URect(0, 0, 199, 48));
+        return root.get();
     }
 
     unsigned int drain() { return app->eventLoop()->processPendingEvents(); }
-    // Targets of the paint events posted since the last forget().
-    Targets paints() const
+    // Targets of the events of `type` posted since the last forget().
+    Targets posts(unsigned short type = UEvent::Paint) const
     {
         Targets out;
-        for (const RecordingApp::Post& p : app->posted) {
-            if (p.type == UEvent::Paint)
+        for (const RecordingApp::Post& p : app->posted)
+            if (p.type == type)
                 out.push_back(p.target);
-        }
         return out;
     }
-    void forget()
-    {
-        drain();
-        app->posted.clear();
-    }
+    Targets paints() const { return posts(UEvent::Paint); }
+    void forget() { drain(); app->posted.clear(); }
+    void paint(UWidget& w) { w.refresh(); drain(); }
+    void advance(unsigned int ms) { UTimerManager::instance()->tick(ms); drain(); }
+    // What `log` received once the queued events are processed.
+    Log emitted(EmitLog& log) { drain(); return log.take(); }
     void fillInk(const URect& r)
     {
         UDrawer d;
         d.setBrush(0);
         d.fillRect(r);
     }
+    static UKeyEvent* makeKey(UAgent* target, unsigned short code, int state)
+    {
+        UKeyEvent* e = new UKeyEvent(target, UEvent::Key);
+        e->m_key = code;
+        e->m_state = state;
+        return e;
+    }
+    // Hands a key event straight to a widget.
+    static bool key(UWidget& w, unsigned short code, int state = KEY_RELEASED)
+    {
+        std::unique_ptr<UKeyEvent> e(makeKey(&w, code, state));
+        return w.keyEvent(e.get());
+    }
 
     MemoryScreen* screen = nullptr; // owned by the application
     RecordingApp* app = nullptr;
     UWindowManager* wm = nullptr;
+    std::unique_ptr<UWidget> root;
+    bool fontsLoaded = false;
+};
+
+#define REQUIRE_FONTS()                                                                            \
+    do {                                                                                           \
+        if (!fontsLoaded)                                                                          \
+            GTEST_SKIP() << "fonts not found under fonts/";                                       \
+    } while (0)
+
+// One golden picture: the positioning mode and the style flags given to the
+// widgets under test. A fully styled absolute and a plain relative picture
+// between them cover both modes and both the styled and unstyled paths; the
+// list's arrow column, off the screen in the relative scene, shows its
+// clearing against the inverted brush in the absolute one.
+struct GoldenCase {
+    UWidget::PositioningMode mode;
+    uint8_t flags;
+    const char* name;
+};
+
+inline void PrintTo(const GoldenCase& c, std::ostream* os) { *os << c.name; }
+
+const GoldenCase goldenCases[] = {
+    {UWidget::Absolute, UWidget::Background | UWidget::Border | UWidget::Inverted,
+     "absolute_background_border_inverted"},
+    {UWidget::Relative, 0, "relative_plain"}};
+
+#define INSTANTIATE_GOLDEN(suite)                                                                  \
+    INSTANTIATE_TEST_SUITE_P(Flags, suite, ::testing::ValuesIn(goldenCases),                      \
+                             [](const ::testing::TestParamInfo<GoldenCase>& i) {                   \
+                                 return std::string(i.param.name);                                 \
+                             })
+
+// A full-screen window holding a panel whose top-left corner is at screen
+// (8, 4); the widgets under test go into the panel, placed at the same
+// screen position in both positioning modes.
+class SceneTest : public WidgetTest, public ::testing::WithParamInterface<GoldenCase> {
+protected:
+    void SetUp() override
+    {
+        WidgetTest::SetUp();
+        UWidget::setPositioningMode(GetParam().mode);
+        panel = new UWidget(makeRoot());
+        panel->setRect(URect(8, 4, 183, 40));
+    }
+    // `w` styled with the case's flags at screen position (x, y), size
+    // (width, h), in the current positioning mode.
+    template <class W>
+    W* place(W* w, int x, int y, int width, int h) const
+    {
+        const bool relative = GetParam().mode == UWidget::Relative;
+        w->setRect(URect(static_cast<uint16_t>(relative ? x - 8 : x),
+                         static_cast<uint16_t>(relative ? y - 4 : y), static_cast<uint16_t>(width),
+                         static_cast<uint16_t>(h)));
+        style(w);
+        return w;
+    }
+    void style(UWidget* w) const { enableFlags(w, GetParam().flags); }
+    // Clears the screen, repaints the active window and compares the whole
+    // screen with the golden picture of `widget` for this case.
+    ::testing::AssertionResult matches(const char* widget)
+    {
+        drain();
+        screen->clear();
+        wm->repaint();
+        drain();
+        return textart::matchesGolden(screen->art(), std::string(widget) + "_" + GetParam().name);
+    }
+
+    UWidget* panel = nullptr;
 };
 
 #endif

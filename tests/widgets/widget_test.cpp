@@ -1,7 +1,6 @@
 // The widget base: traversal order and drawer state, pictures in both
-// positioning modes, visibility, erase on hide, re-parenting, key routing
-// and 16-bit geometry.
-#include "textart.h"
+// positioning modes (translation by every ancestor's corner), visibility,
+// erase on hide, re-parenting, key routing and 16-bit geometry.
 #include "widget_fixture.h"
 
 TEST_F(WidgetTest, PaintingVisitsTheTreeInOrderWithAFreshDrawerEach)
@@ -37,39 +36,8 @@ TEST_F(WidgetTest, PaintingVisitsTheTreeInOrderWithAFreshDrawerEach)
     EXPECT_EQ(0, a->seenPen);
     EXPECT_EQ(UString("AppFont"), a->seenFont);
     app->setFont("Other");
-    root.refresh();
-    drain();
+    paint(root);
     EXPECT_EQ(UString("Other"), a->seenFont);
-}
-
-TEST_F(WidgetTest, RelativeModeTranslatesByTheAncestorsCorners)
-{
-    UWidget::setPositioningMode(UWidget::Relative);
-    UWidget top(nullptr);
-    top.setCoordinates(0, 20, 40, 27);
-    UWidget* mid = new UWidget(&top);
-    mid->setCoordinates(10, 0, 30, 7);
-    UWidget* leaf = new UWidget(mid);
-    leaf->setCoordinates(2, 2, 5, 5);
-    leaf->enableStyleFlag(UWidget::Border);
-    leaf->refresh();
-    drain();
-    EXPECT_EQ(0, screen->pixel(12, 22));
-    EXPECT_EQ(0, screen->pixel(15, 25));
-    EXPECT_EQ(12, screen->inkCount());
-
-    screen->clear();
-    UWidget::setPositioningMode(UWidget::Absolute);
-    leaf->refresh();
-    drain();
-    EXPECT_EQ(0, screen->pixel(2, 2));
-    EXPECT_EQ(12, screen->inkCount());
-
-    // Mapping wraps at 16 bits.
-    top.setRect(URect(UPoint(65530, 2), UPoint(65535, 3)));
-    UPoint p(8, 0);
-    leaf->mapToGlobal(p);
-    EXPECT_EQ(UPoint(12, 2), p); // 8 + 10 + 65530, 0 + 0 + 2
 }
 
 // Two overlapping children (the one added first lies on top) and a
@@ -80,16 +48,13 @@ static void buildStyledTree(UWidget& top)
     top.enableStyleFlag(UWidget::Border);
     UWidget* under = new UWidget(&top);
     under->setCoordinates(3, 3, 20, 12);
-    under->enableStyleFlag(UWidget::Background);
-    under->enableStyleFlag(UWidget::Border);
-    under->enableStyleFlag(UWidget::Inverted);
+    enableFlags(under, UWidget::Background | UWidget::Border | UWidget::Inverted);
     UWidget* over = new UWidget(&top);
     over->setCoordinates(14, 6, 40, 16);
     over->enableStyleFlag(UWidget::Border);
     UWidget* grandchild = new UWidget(over);
     grandchild->setCoordinates(22, 1, 25, 2);
-    grandchild->enableStyleFlag(UWidget::Background);
-    grandchild->enableStyleFlag(UWidget::Inverted);
+    enableFlags(grandchild, UWidget::Background | UWidget::Inverted);
 }
 
 TEST_F(WidgetTest, Pictures)
@@ -97,8 +62,7 @@ TEST_F(WidgetTest, Pictures)
     {
         UWidget top(nullptr);
         buildStyledTree(top);
-        top.refresh();
-        drain();
+        paint(top);
         EXPECT_TRUE(textart::matchesGolden(screen->art(0, 0, 52, 22), "widget_absolute"));
     }
     screen->clear();
@@ -106,8 +70,7 @@ TEST_F(WidgetTest, Pictures)
     UWidget top(nullptr);
     buildStyledTree(top);
     top.setCoordinates(4, 2, 51, 21);
-    top.refresh();
-    drain();
+    paint(top);
     EXPECT_TRUE(textart::matchesGolden(screen->art(0, 0, 64, 30), "widget_relative"));
 }
 
@@ -120,9 +83,8 @@ TEST_F(WidgetTest, VisibilityNeedsEveryAncestorAndTheActiveWindow)
     EXPECT_TRUE(a.isVisible());
     EXPECT_FALSE(grandchild->isVisible());
     forget();
-    grandchild->refresh();
+    grandchild->refresh(); // invisible: nothing posted
     EXPECT_TRUE(paints().empty());
-
     b.show();
     EXPECT_TRUE(grandchild->isVisible());
     child->setVisible(false);
@@ -141,8 +103,7 @@ TEST_F(WidgetTest, HidingErasesTheStoredRectangleOnceAndPostsNothing)
     UWidget* child = new UWidget(&top);
     child->setCoordinates(2, 2, 5, 5);
     child->enableStyleFlag(UWidget::Border);
-    top.refresh();
-    drain();
+    paint(top);
     ASSERT_EQ(0, screen->pixel(22, 2)); // the outline, translated
     fillInk(URect(2, 2, 3, 3));
     forget();
@@ -197,41 +158,31 @@ TEST_F(WidgetTest, KeysGoToVisibleChildrenFrontFirstUntilOneConsumes)
     ProbeWidget* hidden = new ProbeWidget(&root, "hidden", &log);
     ProbeWidget* last = new ProbeWidget(&root, "last", &log);
     hidden->setVisible(false);
-    hidden->consumeKeys = true;
-    first->consumeKeys = true;
-    UKeyEvent key(&root, UEvent::Key);
-    key.m_key = 4;
-
-    EXPECT_TRUE(root.keyEvent(&key));
-    EXPECT_EQ((Log{"root:key4", "last:key4", "first:key4"}), log);
-    log.clear();
+    hidden->consumeKeys = first->consumeKeys = true;
+    const auto offer = [&](bool consumed, const Log& expected) {
+        log.clear();
+        EXPECT_EQ(consumed, key(root, KEY_DOWN));
+        EXPECT_EQ(expected, log);
+    };
+    offer(true, {"root:key4", "last:key4", "first:key4"});
     last->consumeKeys = true;
-    EXPECT_TRUE(root.keyEvent(&key));
-    EXPECT_EQ((Log{"root:key4", "last:key4"}), log);
-    log.clear();
+    offer(true, {"root:key4", "last:key4"});
     root.setEnabled(false);
-    EXPECT_FALSE(root.keyEvent(&key));
-    EXPECT_EQ(Log{"root:key4"}, log);
+    offer(false, {"root:key4"});
     root.setEnabled(true);
-
     // A child that destroys a later sibling: the dead one is not offered it.
-    log.clear();
     last->consumeKeys = false;
     last->onKey = [&] { delete first; };
-    EXPECT_FALSE(root.keyEvent(&key));
-    EXPECT_EQ((Log{"root:key4", "last:key4"}), log);
+    offer(false, {"root:key4", "last:key4"});
 }
 
 TEST_F(WidgetTest, CoordinatesAndMovesWrapAt16Bits)
 {
     UWidget w(nullptr);
-    w.setCoordinates(10, 5, 10, 5);
-    EXPECT_EQ(URect(UPoint(10, 5), UPoint(10, 5)), w.getRect());
     w.setCoordinates(0, 0, 255, 255); // 256 pixels: more than 8 bits
     EXPECT_EQ(URect(UPoint(0, 0), UPoint(255, 255)), w.getRect());
     w.setCoordinates(10, 7, 5, 3); // reversed corners kept as given
     EXPECT_EQ(URect(UPoint(10, 7), UPoint(5, 3)), w.getRect());
-
     UWidget* c1 = new UWidget(&w);
     c1->setRect(URect(10, 10, 5, 5));
     UWidget* c2 = new UWidget(&w);
@@ -242,4 +193,10 @@ TEST_F(WidgetTest, CoordinatesAndMovesWrapAt16Bits)
     EXPECT_EQ(URect(7, 11, 5, 5), c1->getRect());
     EXPECT_EQ(URect(UPoint(65534, 1), UPoint(65534, 1)), c2->getRect());
     EXPECT_EQ(URect(20, 20, 1, 1), g->getRect()); // grandchildren stay
+
+    // Mapping adds the ancestors' corners and wraps at 16 bits too.
+    w.setRect(URect(UPoint(65530, 2), UPoint(65535, 3)));
+    UPoint p(8, 0);
+    g->mapToGlobal(p);
+    EXPECT_EQ(UPoint(8 + 7 + 65530 - 65536, 0 + 11 + 2), p); // through c1 and w
 }

@@ -56,8 +56,7 @@ TEST_F(WidgetTest, FocusShowsOneChildOfTheActiveWindow)
 
     wm->requestFocus(mid);
     EXPECT_TRUE(mid->isVisible());
-    EXPECT_FALSE(front->isVisible());
-    EXPECT_FALSE(back->isVisible());
+    EXPECT_FALSE(front->isVisible() || back->isVisible());
     EXPECT_EQ(Targets{mid}, paints()); // hiding posts nothing
     forget();
     wm->requestFocus(&other); // not a child: the back of the list is shown
@@ -95,8 +94,7 @@ TEST_F(WidgetTest, StackingReordersTheActiveWindowsChildren)
     wm->pushToBack(a);
     EXPECT_EQ((std::list<UObject*>{a, b, c}), win.getChildren());
     EXPECT_TRUE(app->posted.empty());
-    win.refresh();
-    drain();
+    paint(win);
     EXPECT_EQ((Log{"win:paint", "a:paint", "a:post", "b:paint", "b:post", "c:paint", "c:post",
                    "win:post"}),
               log);
@@ -132,7 +130,6 @@ TEST_F(WidgetTest, EachPaintEventFlushesOnceAndADeadOneNotAtAll)
     delete child; // its queued event loses its target
     drain();
     EXPECT_EQ(flushes + 3, screen->flushCalls);
-
     app->postEvent(new UPaintEvent(&hidden)); // paints nothing, still flushes
     drain();
     EXPECT_EQ(flushes + 4, screen->flushCalls);
