@@ -173,12 +173,8 @@ BENCHMARK(BM_TimerDrift)->Arg(10)->Iterations(1)->Unit(benchmark::kSecond)->UseR
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    MedianReporter rep;
-    benchmark::RunSpecifiedBenchmarks(&rep);
-    std::printf("\n");
-    rep.ratio("BM_Utk_SameThread", "BM_Ref_SameThread");
-    rep.ratio("BM_Utk_CrossThread", "BM_Ref_CrossThread");
-    benchmark::Shutdown();
-    return 0;
+    const int rc = runBenchmarksWithRatios(argc, argv, {
+        {"BM_Utk_SameThread", "BM_Ref_SameThread"},
+        {"BM_Utk_CrossThread", "BM_Ref_CrossThread"}});
+    return rc;
 }

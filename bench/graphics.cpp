@@ -166,19 +166,13 @@ BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(tru
 BENCHMARK(BM_SetPixelReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_MemsetReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 
-
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    MedianReporter rep;
-    benchmark::RunSpecifiedBenchmarks(&rep);
-    std::printf("\n");
-    rep.ratio("BM_DrawerText", "BM_FreeTypeReference");
-    rep.ratio("BM_DrawerFillRect", "BM_SetPixelReference");
-    rep.ratio("BM_DrawerFillRect", "BM_MemsetReference");
-    benchmark::Shutdown();
-    return 0;
+    const int rc = runBenchmarksWithRatios(argc, argv, {
+        {"BM_DrawerText", "BM_FreeTypeReference"},
+        {"BM_DrawerFillRect", "BM_SetPixelReference"},
+        {"BM_DrawerFillRect", "BM_MemsetReference"}});
+    return rc;
 }

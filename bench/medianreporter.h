@@ -48,4 +48,19 @@ public:
     }
 };
 
+// The main() of a benchmark program: runs the selected benchmarks, then
+// prints one ratio line for each (benchmark, reference) pair.
+inline int runBenchmarksWithRatios(int argc, char** argv,
+                                   const std::vector<std::pair<std::string, std::string>>& pairs)
+{
+    benchmark::Initialize(&argc, argv);
+    MedianReporter rep;
+    benchmark::RunSpecifiedBenchmarks(&rep);
+    std::printf("\n");
+    for (const auto& p : pairs)
+        rep.ratio(p.first, p.second);
+    benchmark::Shutdown();
+    return 0;
+}
+
 #endif

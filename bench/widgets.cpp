@@ -239,23 +239,17 @@ BENCHMARK(BM_RawScreenEquivalent)->Repetitions(REPETITIONS)->ReportAggregatesOnl
 BENCHMARK(BM_RawFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_RawTextLine)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 
-
-
 } // namespace
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    MedianReporter rep;
-    benchmark::RunSpecifiedBenchmarks(&rep);
-    std::printf("\n");
-    rep.ratio("BM_FullScreenRepaint", "BM_RawScreenEquivalent");
-    rep.ratio("BM_FullScreenRepaint", "BM_RawFillRect");
-    rep.ratio("BM_FullScreenRepaint", "BM_RawTextLine");
-    rep.ratio("BM_ListKeyPress", "BM_FullScreenRepaint");
-    rep.ratio("BM_ListKeyPress", "BM_RawFillRect");
-    rep.ratio("BM_ListKeyPress", "BM_RawTextLine");
+    const int rc = runBenchmarksWithRatios(argc, argv, {
+        {"BM_FullScreenRepaint", "BM_RawScreenEquivalent"},
+        {"BM_FullScreenRepaint", "BM_RawFillRect"},
+        {"BM_FullScreenRepaint", "BM_RawTextLine"},
+        {"BM_ListKeyPress", "BM_FullScreenRepaint"},
+        {"BM_ListKeyPress", "BM_RawFillRect"},
+        {"BM_ListKeyPress", "BM_RawTextLine"}});
     fixture().widgets.reset(); // before the application goes
-    benchmark::Shutdown();
-    return 0;
+    return rc;
 }
