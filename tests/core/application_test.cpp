@@ -54,25 +54,6 @@ TEST(ApplicationDeathTest, NullScreenStopsTheProcess)
                  "src/uapplication.*UERROR: Screen is NUL");
 }
 
-TEST_F(CoreTest, EventsAndKeysWithoutActiveWindowAreConsumedWithALine)
-{
-    testing::internal::CaptureStdout();
-    app->postEvent(new UEvent(app, 8));
-    app->postEvent(new UEvent(app, 7));
-    UKeyEvent* k = new UKeyEvent(app, 1);
-    k->m_key = 4;
-    k->m_state = 1;
-    app->postEvent(k);
-    drain();
-    UKeyEvent direct(app, 1);
-    EXPECT_FALSE(app->keyEvent(&direct));
-    EXPECT_EQ("No focused widget found, consuming event\n"
-              "No focused widget found, consuming event\n"
-              "No focused widget found, consuming keyEvent\n"
-              "No focused widget found, consuming keyEvent\n",
-              testing::internal::GetCapturedStdout());
-}
-
 TEST_F(CoreTest, DerivedApplicationSeesEveryPost)
 {
     // postEvent is the one virtual entry all agents post through.
