@@ -74,17 +74,19 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
         appInstance = this;
     }
 
-    // SERVICE: application server (ServerMode: create, start, waitForStart)
+    // ServerMode: the screen server is created, started and waited for here,
+    // before the event loop exists (the screen-sharing services are not part
+    // of this build yet).
 
     m_eventLoop = new UEventLoop();
     m_windowManager = new UWindowManager();
     m_fontManager = new UFontManager();
 
-    // SERVICE: key listener (ServerMode)
-
     m_windowManager->init();
 
-    // SERVICE: application client (ServerMode and ClientMode)
+    // ServerMode: the key listener starts before init(); ServerMode and
+    // ClientMode: the screen client starts last, once the event loop and the
+    // window manager exist.
 }
 
 UApplication::~UApplication()
@@ -93,7 +95,7 @@ UApplication::~UApplication()
         std::lock_guard<std::recursive_mutex> lock(instanceMutex());
         appInstance = nullptr;
     }
-    // SERVICE: key listener destroy
+    // The key listener would go first, the screen server and client last.
     delete m_fontManager;
     m_fontManager = nullptr;
     delete m_eventLoop;
@@ -102,8 +104,6 @@ UApplication::~UApplication()
     m_windowManager = nullptr;
     delete m_screen;
     m_screen = nullptr;
-    // SERVICE: application server destroy
-    // SERVICE: application client destroy
 }
 
 UApplication* UApplication::instance()
@@ -171,12 +171,13 @@ bool UApplication::keyEvent(UKeyEvent* e)
 
 void UApplication::requestFullScreen()
 {
-    // SERVICE: client requestFullScreen (ClientMode only)
+    // Forwarded to the screen client in ClientMode only; without a client
+    // there is nothing to ask.
 }
 
 void UApplication::releaseFullScreen()
 {
-    // SERVICE: client releaseFullScreen (ClientMode only)
+    // As requestFullScreen().
 }
 
 UString UApplication::getPhoneletName(char number)
