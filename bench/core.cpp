@@ -53,6 +53,19 @@ struct RefQueue {
         }
         cv.notify_one();
     }
+    void postBatch()
+    {
+        for (int i = 0; i < kBatch; ++i)
+            post(new RefEvent);
+    }
+    void runBatch(long long& n)
+    {
+        for (int i = 0; i < kBatch; ++i) {
+            RefEvent* e = take();
+            e->process(n);
+            delete e;
+        }
+    }
     RefEvent* take()
     {
         std::unique_lock<std::mutex> l(m);
@@ -81,13 +94,8 @@ void BM_Ref_SameThread(benchmark::State& state)
     RefQueue q;
     long long n = 0;
     for (auto _ : state) {
-        for (int i = 0; i < kBatch; ++i)
-            q.post(new RefEvent);
-        for (int i = 0; i < kBatch; ++i) {
-            RefEvent* e = q.take();
-            e->process(n);
-            delete e;
-        }
+        q.postBatch();
+        q.runBatch(n);
     }
     benchmark::DoNotOptimize(n);
     state.SetItemsProcessed(state.iterations() * kBatch);
@@ -123,15 +131,8 @@ void BM_Ref_CrossThread(benchmark::State& state)
     for (auto _ : state) {
         RefQueue q;
         long long n = 0;
-        std::thread producer([&] {
-            for (int i = 0; i < kBatch; ++i)
-                q.post(new RefEvent);
-        });
-        for (int i = 0; i < kBatch; ++i) {
-            RefEvent* e = q.take();
-            e->process(n);
-            delete e;
-        }
+        std::thread producer([&] { q.postBatch(); });
+        q.runBatch(n);
         producer.join();
         benchmark::DoNotOptimize(n);
     }

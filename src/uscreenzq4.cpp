@@ -303,6 +303,21 @@ bool UScreenZQ4::fill(unsigned short x, unsigned short y, unsigned char value, i
     return true;
 }
 
+// Pixels [from, to) of a one-bit row, MSB first, each written three times
+// into dst as `on` (set bit) or `off` (clear bit): the tail of a row that
+// does not fill a whole byte of the expansion tables.
+template <typename T>
+static void tripleBits(const unsigned char* src, uint32_t from, uint32_t to, T on, T off, T* dst)
+{
+    for (uint32_t i = from; i < to; ++i) {
+        const T v = (src[i / 8] & (0x80u >> (i % 8))) ? on : off;
+        dst[0] = v;
+        dst[1] = v;
+        dst[2] = v;
+        dst += 3;
+    }
+}
+
 void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst)
 {
     if (count <= 0)
@@ -313,13 +328,8 @@ void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst
         memcpy(dst, t.hw[src[b]], sizeof t.hw[0]);
         dst += 24;
     }
-    for (int i = whole * 8; i < count; ++i) {
-        const unsigned short v = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFFFF : 0x0000;
-        dst[0] = v;
-        dst[1] = v;
-        dst[2] = v;
-        dst += 3;
-    }
+    tripleBits<unsigned short>(src, static_cast<uint32_t>(whole) * 8, static_cast<uint32_t>(count),
+                               0xFFFF, 0x0000, dst);
 }
 
 void UScreenZQ4::flush()
@@ -383,13 +393,7 @@ void UScreenZQ4::flush()
                 memcpy(d, t.rgb[src[b]], sizeof t.rgb[0]);
                 d += 24;
             }
-            for (uint32_t i = whole * 8; i < cols; ++i) {
-                const unsigned char v = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFF : 0x00;
-                d[0] = v;
-                d[1] = v;
-                d[2] = v;
-                d += 3;
-            }
+            tripleBits<unsigned char>(src, whole * 8, cols, 0xFF, 0x00, d);
         }
         break;
     }
