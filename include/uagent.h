@@ -8,6 +8,15 @@
 // An emit() that finds a receiver while no application exists (a timer that
 // fires after the application is gone, say) destroys the event instead of
 // posting it.
+//
+// Threads: agents are built, linked and destroyed on the main thread; only
+// the emit() forms may be used from other threads (the timer thread emits).
+// The listener links and the emitter set have no lock. The one thing a
+// destructor does that touches shared state, clearing the target of the
+// agent's queued events, is safe from any thread against the application
+// being destroyed at the same time (UApplication::removeQueuedEventsFor),
+// but an agent destroyed on another thread while the main thread may be
+// delivering one of its events is the caller's race to avoid.
 #ifndef UAGENT_H
 #define UAGENT_H
 

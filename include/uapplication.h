@@ -10,8 +10,34 @@
 // manager, the event loop, the window manager, the screen, the server and
 // the client, in that order. Threads of the server, the client and the key
 // listener are stopped and joined before their objects go.
+//
+// Posting from other threads. instance() returns the application from the
+// constructor's fourth step on (the server, key listener and client threads
+// started during construction use it). Posting is published separately:
+// postThroughInstance() reaches the application only once its event loop
+// exists (release/acquire on an atomic), and the destructor withdraws it
+// first thing and then waits until every post in flight has left, so a
+// post never reaches a missing or dying event loop. No lock is held around
+// postEvent() or any other overridable call: a derived postEvent() may
+// start and stop timers, post, or do whatever a handler may do.
+//
+// Derived applications. From a thread other than the one that constructed
+// the application, the overriding postEvent() is called only while run()
+// is running; before run() (the derived constructor may still be running)
+// and after run() has returned (the derived destructor may be running)
+// other threads' events go straight into the event loop through
+// UApplication::postEvent(). A stopped loop never runs again, so the only
+// events a derived postEvent() misses are ones that arrive before run()
+// from other threads; they are queued in order all the same. On the
+// constructing thread the override sees every post. What a phonelet must
+// do: make its postEvent() safe to call from any thread while run() runs,
+// never wait in it for the main thread (run()'s return and the destructor
+// wait for posts in flight), and destroy its application on the thread
+// that created it.
 #ifndef UAPPLICATION_H
 #define UAPPLICATION_H
+
+#include <atomic>
 
 #include "uagent.h"
 #include "uglobal.h"
@@ -79,15 +105,19 @@ public:
 
     static UString getPhoneletName(char number);
 
-    // Posts through the current instance's postEvent(), or destroys the
-    // event when there is no application. Safe from any thread: it
-    // excludes the destructor's clearing of the instance, so an event
-    // posted by another thread (a timer firing) never reaches an event loop
-    // that is being destroyed.
+    // Posts through the current application (see the header comment for
+    // which postEvent() is called), or destroys the event when no
+    // application accepts posts. Safe from any thread; every thread other
+    // than the main thread posts through here.
     static void postThroughInstance(UEvent* event);
+    // Clears the target of the queued events addressed to `agent`, when an
+    // application with an event loop exists. Safe from any thread against
+    // the application's destruction (agents are destroyed on the main
+    // thread in normal use; see uagent.h).
+    static void removeQueuedEventsFor(UAgent* agent);
 
 private:
-    static UApplication* appInstance;
+    static std::atomic<UApplication*> appInstance;
 
     UScreenIfc* m_screen;
     UKeyListener* m_keyListener;

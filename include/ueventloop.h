@@ -4,6 +4,14 @@
 //
 // Events still queued when the loop is destroyed are destroyed with it
 // (without being processed), so nothing posted is leaked.
+//
+// Waking. The loop sleeps on the platform semaphore only when it finds the
+// queue empty, and says so under the queue's lock (m_waiting); a post gives
+// the semaphore only when it clears that flag. So a busy loop costs no
+// semaphore operation at all, every sleep is matched by exactly one give,
+// and no event can be left behind: the flag and the queue are read and
+// written under the same lock, so either the loop sees the new event before
+// it sleeps or the poster sees the sleeping loop and wakes it.
 #ifndef UEVENTLOOP_H
 #define UEVENTLOOP_H
 
@@ -38,12 +46,13 @@ public:
     unsigned int pending();
 
 private:
-    UEvent* takeFront();
+    UEvent* takeFront(bool sleepWhenEmpty);
 
     std::deque<UEvent*> m_queue;
     SysMutex m_mutex;
     SysSemaphore m_semaphore;
     std::atomic<bool> m_stopped;
+    bool m_waiting;   // the loop is asleep or about to be; under m_mutex
 };
 
 #endif

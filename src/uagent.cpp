@@ -4,7 +4,6 @@
 
 #include "uapplication.h"
 #include "uevent.h"
-#include "ueventloop.h"
 
 UAgent::UAgent(UAgent* listener) : m_listener(nullptr)
 {
@@ -13,10 +12,7 @@ UAgent::UAgent(UAgent* listener) : m_listener(nullptr)
 
 UAgent::~UAgent()
 {
-    if (UApplication* app = UApplication::instance()) {
-        if (UEventLoop* loop = app->eventLoop())
-            loop->removeEventByTarget(this);
-    }
+    UApplication::removeQueuedEventsFor(this);
     if (m_listener) {
         m_listener->removeEmitter(this);
         m_listener = nullptr;

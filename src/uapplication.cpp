@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
-#include <mutex>
 #include <sstream>
+#include <thread>
 
 #include "uevent.h"
 #include "ueventloop.h"
@@ -23,16 +23,29 @@ const UString UApplication::CALLLOGPHONELET("CallLogPhonelet");
 const UString UApplication::LDAPPHONELET("LDAPPhonelet");
 const UString UApplication::MESSAGESPHONELET("MessagesPhonelet");
 
-UApplication* UApplication::appInstance = nullptr;
+std::atomic<UApplication*> UApplication::appInstance{nullptr};
 
 namespace {
 
-// Guards the instance pointer against posts from other threads while the
-// destructor clears it. Recursive, because a derived postEvent() may post.
-std::recursive_mutex& instanceMutex()
+// The application that accepts posts: set once its event loop exists,
+// cleared first thing in its destructor.
+std::atomic<UApplication*> s_postTarget{nullptr};
+// Posts (and queue cleanups) between reading s_postTarget and leaving the
+// application. The destructor, and run() on its way out, wait for zero.
+// Sequentially consistent with s_postTarget and s_virtualPosts: either the
+// poster sees the cleared pointer or the waiter sees the count.
+std::atomic<int> s_inFlight{0};
+// True while run() runs: other threads may then call the overriding
+// postEvent() of a derived application.
+std::atomic<bool> s_virtualPosts{false};
+// The thread that constructed the current application. Written before the
+// application is published for posting, read only after it is seen.
+std::thread::id s_mainThread;
+
+void waitForPostsInFlight()
 {
-    static std::recursive_mutex* m = new std::recursive_mutex;
-    return *m;
+    while (s_inFlight.load() != 0)
+        std::this_thread::yield();
 }
 
 // A failed construction check stops the process in every build type, in
@@ -69,16 +82,16 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
                  __LINE__, __PRETTY_FUNCTION__);
     requireOrDie(screen != nullptr, "screen != nullptr && \"UERROR: Screen is NUL\"", __LINE__,
                  __PRETTY_FUNCTION__);
-    {
-        std::lock_guard<std::recursive_mutex> lock(instanceMutex());
-        appInstance = this;
-    }
+    appInstance.store(this);
+    s_mainThread = std::this_thread::get_id();
 
     // ServerMode: the screen server is created, started and waited for here,
     // before the event loop exists (the screen-sharing services are not part
     // of this build yet).
 
     m_eventLoop = new UEventLoop();
+    // Everything a post touches exists now: open the application to posts.
+    s_postTarget.store(this);
     m_windowManager = new UWindowManager();
     m_fontManager = new UFontManager();
 
@@ -91,10 +104,12 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
 
 UApplication::~UApplication()
 {
-    {
-        std::lock_guard<std::recursive_mutex> lock(instanceMutex());
-        appInstance = nullptr;
-    }
+    // Withdraw from posting first and let every post in flight leave, so
+    // nothing reaches the event loop once it starts going.
+    if (s_postTarget.load() == this)
+        s_postTarget.store(nullptr);
+    appInstance.store(nullptr);
+    waitForPostsInFlight();
     // The key listener would go first, the screen server and client last.
     delete m_fontManager;
     m_fontManager = nullptr;
@@ -108,24 +123,46 @@ UApplication::~UApplication()
 
 UApplication* UApplication::instance()
 {
-    return appInstance;
+    return appInstance.load(std::memory_order_acquire);
 }
 
 void UApplication::postThroughInstance(UEvent* event)
 {
     if (!event)
         return;
-    std::lock_guard<std::recursive_mutex> lock(instanceMutex());
-    if (appInstance)
-        appInstance->postEvent(event);
-    else
+    s_inFlight.fetch_add(1);
+    UApplication* app = s_postTarget.load();
+    if (!app)
         delete event;
+    else if (s_virtualPosts.load() || std::this_thread::get_id() == s_mainThread)
+        app->postEvent(event);
+    else
+        app->UApplication::postEvent(event);
+    s_inFlight.fetch_sub(1);
+}
+
+void UApplication::removeQueuedEventsFor(UAgent* agent)
+{
+    s_inFlight.fetch_add(1);
+    if (UApplication* app = s_postTarget.load())
+        app->m_eventLoop->removeEventByTarget(agent);
+    s_inFlight.fetch_sub(1);
 }
 
 void UApplication::run()
 {
-    if (m_eventLoop)
-        m_eventLoop->run();
+    if (!m_eventLoop)
+        return;
+    const bool published = s_postTarget.load() == this;
+    if (published)
+        s_virtualPosts.store(true);
+    m_eventLoop->run();
+    if (published) {
+        // The derived part may go from here on: no other thread may still be
+        // inside the overriding postEvent().
+        s_virtualPosts.store(false);
+        waitForPostsInFlight();
+    }
 }
 
 void UApplication::stop()

@@ -5,7 +5,7 @@
 
 UEventLoop::UEventLoop()
     : m_mutex(SysMutexUnlocked), m_semaphore(SysSemaphore::NOT_AVAILABLE, 65535, false),
-      m_stopped(false)
+      m_stopped(false), m_waiting(false)
 {
 }
 
@@ -26,24 +26,25 @@ void UEventLoop::postEvent(UEvent* event)
         return;
     m_mutex.take();
     m_queue.push_back(event);
+    const bool wake = m_waiting;
+    m_waiting = false;
     m_mutex.give();
-    m_semaphore.give();
+    if (wake)
+        m_semaphore.give();
 }
 
-UEvent* UEventLoop::takeFront()
+UEvent* UEventLoop::takeFront(bool sleepWhenEmpty)
 {
     m_mutex.take();
     if (m_queue.empty()) {
+        if (sleepWhenEmpty)
+            m_waiting = true;
         m_mutex.give();
         return nullptr;
     }
     UEvent* e = m_queue.front();
     m_queue.pop_front();
     m_mutex.give();
-    // Keep the count in step with the queue. Taking without waiting also
-    // copes with gives dropped at the semaphore's maximum count (more than
-    // 65535 events queued): no event is ever left behind.
-    (void)m_semaphore.take(0);
     return e;
 }
 
@@ -52,9 +53,9 @@ void UEventLoop::run()
     if (m_stopped.load())
         return;
     for (;;) {
-        UEvent* e = takeFront();
+        UEvent* e = takeFront(true);
         if (!e) {
-            // Blocks until an event is posted; never polls.
+            // Blocks until a post sees m_waiting and gives; never polls.
             m_semaphore.take(-1);
             continue;
         }
@@ -69,7 +70,7 @@ unsigned int UEventLoop::processPendingEvents(unsigned int max)
 {
     unsigned int done = 0;
     while (done < max) {
-        UEvent* e = takeFront();
+        UEvent* e = takeFront(false);
         if (!e)
             break;
         e->process();

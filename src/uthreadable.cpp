@@ -1,5 +1,8 @@
 #include "uthreadable.h"
 
+#include <iostream>
+#include <sstream>
+
 UThreadable::UThreadable() : m_keepRunning(false) {}
 
 UThreadable::~UThreadable()
@@ -12,7 +15,11 @@ void UThreadable::start()
     m_keepRunning.store(true);
     SysThreadId id = 0;
     SysThreader threader;
-    threader.spawn(&id, this, std::string(), static_cast<SysThreadPriority>(1), 0);
+    if (threader.spawn(&id, this, std::string(), static_cast<SysThreadPriority>(1), 0) != 0) {
+        std::ostringstream os;
+        os << "UThreadable: start() ignored, the thread is still running";
+        std::cout << os.str() << std::endl;
+    }
 }
 
 void UThreadable::stop()

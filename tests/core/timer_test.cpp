@@ -185,19 +185,6 @@ TEST(TimerIds, CountUpAndWrapThroughZero)
     EXPECT_EQ(first, static_cast<unsigned short>(prev)); // full cycle plus one
 }
 
-TEST(TimerManager, DeadlineArithmeticNormalises)
-{
-    long long s = 5, ns = 995000000;
-    UTimerManager::addTenMilliseconds(s, ns);
-    EXPECT_EQ(6, s);
-    EXPECT_EQ(5000000, ns);
-    s = 5;
-    ns = 989999999;
-    UTimerManager::addTenMilliseconds(s, ns);
-    EXPECT_EQ(5, s);
-    EXPECT_EQ(999999999, ns);
-}
-
 TEST_F(TimerTest, RealThreadDeliversAndApplicationCanDieWithTimersRunning)
 {
     // The manager thread posts while the main thread tears the application
