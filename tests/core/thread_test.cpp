@@ -1,5 +1,5 @@
-// Cooperative threads: start, stop, join, and owners that join before their
-// members go.
+// Cooperative threads: stop flag, join, running the body again, and the
+// refusal while the body is still inside run().
 #include <atomic>
 #include <thread>
 
@@ -11,56 +11,53 @@ namespace {
 
 class Worker : public UThreadable {
 public:
-    std::atomic<int> laps{0};
-    std::atomic<bool> ran{false};
+    std::atomic<int> runs{0};
+    std::atomic<bool> inside{false};
     ~Worker() override
     {
         stop();
         join();
     }
-    using UThreadable::shouldStop;
 
 protected:
     void run() override
     {
-        ran = true;
-        while (!shouldStop()) {
-            laps.fetch_add(1);
+        inside = true;
+        ++runs;
+        while (!shouldStop())
             std::this_thread::yield();
-        }
+        inside = false;
     }
 };
 
 } // namespace
 
-TEST(Threadable, StopFlagAndJoin)
+TEST(Threadable, StopJoinAndStartAgain)
 {
     Worker w;
     EXPECT_TRUE(w.shouldStop()); // not started: nothing keeps it running
     w.start();
-    EXPECT_FALSE(w.shouldStop());
-    while (w.laps.load() < 10)
+    while (!w.inside.load())
         std::this_thread::yield();
+    // A second start while run() goes on: no second thread, and a line.
+    testing::internal::CaptureStdout();
+    w.start();
+    EXPECT_EQ("UThreadable: start() ignored, the thread is still running\n",
+              testing::internal::GetCapturedStdout());
+    w.stop();
+    while (w.inside.load())
+        std::this_thread::yield();
+    // run() has returned but nobody joined: start() runs the body again
+    // (retried while the old thread is still between run() and its end).
+    testing::internal::CaptureStdout();
+    while (w.runs.load() < 2) {
+        w.start();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    testing::internal::GetCapturedStdout();
     w.stop();
     w.join();
-    EXPECT_TRUE(w.ran.load());
-    int after = w.laps.load();
-    EXPECT_EQ(after, w.laps.load()); // the thread has left run()
-    w.join();                         // a second join returns at once
-}
-
-TEST(Threadable, DestroyingARunningWorkerJoinsItFirst)
-{
-    auto* w = new Worker;
-    w->start();
-    while (!w->ran.load())
-        std::this_thread::yield();
-    delete w; // ASan/TSan would see a thread on a freed object
-}
-
-TEST(Threadable, NeverStartedWorkerIsDestroyedCleanly)
-{
-    Worker w;
-    w.stop();
-    w.join();
+    w.join(); // a second join returns at once
+    EXPECT_EQ(2, w.runs.load());
+    EXPECT_FALSE(w.inside.load());
 }

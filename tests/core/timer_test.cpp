@@ -1,5 +1,6 @@
-// Timers driven tick by tick through the manager (no wall-clock waits),
-// single-shot and restart rules, stale timer events, ids.
+// Timers driven tick by tick through the manager, single-shot and restart
+// rules, stale timer events, ids, and the real thread's grid.
+#include <optional>
 #include <thread>
 
 #include "core_fixture.h"
@@ -45,117 +46,61 @@ protected:
     }
 };
 
-TEST_F(TimerTest, FifteenMillisecondsFiresOnTicksTwoThreeFiveSix)
+TEST_F(TimerTest, FiringTicksCarryTheRemainder)
 {
     TickProbe p;
     UTimer t(&p, 15);
     t.start();
     EXPECT_EQ((std::vector<int>{2, 3, 5, 6, 8, 9}), runTicks(t, p, 9));
     t.stop();
-}
-
-TEST_F(TimerTest, OneSecondFiresEveryHundredTicksAndShortIntervalsOncePerTick)
-{
-    TickProbe p;
-    UTimer t(&p, 1000);
-    t.start();
-    EXPECT_EQ((std::vector<int>{100, 200, 300}), runTicks(t, p, 300));
-    t.stop();
 
     TickProbe q;
-    UTimer fast(&q, 3);
+    UTimer fast(&q, 3); // below the tick: once per tick, surplus grows
     fast.start();
     EXPECT_EQ((std::vector<int>{1, 2, 3, 4}), runTicks(fast, q, 4));
-    EXPECT_EQ(28u, fast.getElapsedTime()); // surplus keeps growing: 4 * (10 - 3)
+    EXPECT_EQ(28u, fast.getElapsedTime());
     fast.stop();
 }
 
-TEST_F(TimerTest, ZeroIntervalFiresOnceAtOnceAndStaysIdle)
+TEST_F(TimerTest, ZeroIntervalRestartAndSingleShotStates)
 {
     TickProbe p;
-    UTimer t(&p, 0);
-    t.start();
-    EXPECT_FALSE(t.isRunning());
+    UTimer zero(&p, 0);
+    zero.start(); // fires at once, stays idle: the event is then dropped
+    EXPECT_FALSE(zero.isRunning());
     EXPECT_EQ(1u, app->eventLoop()->pending());
-    // The event is dropped at delivery: its timer is not running.
     drain();
     EXPECT_TRUE(p.fired.empty());
-}
 
-TEST_F(TimerTest, RestartClearsThePeriodWithoutSecondRegistration)
-{
-    TickProbe p;
+    UTimerManager* m = UTimerManager::instance();
     UTimer t(&p, 30);
     t.start();
     runTicks(t, p, 2);
-    t.start(); // restart: elapsed back to 0
+    unsigned int registered = m->count();
+    t.start(); // restart: period from 0, no second registration
     EXPECT_EQ(0u, t.getElapsedTime());
+    EXPECT_EQ(registered, m->count());
     p.fired.clear();
     EXPECT_EQ((std::vector<int>{3, 6}), runTicks(t, p, 6));
-    // Only one registration even after two starts: one tick, one advance.
-    UTimerManager* m = UTimerManager::instance();
-    unsigned int before = m->count();
-    t.start();
-    EXPECT_EQ(before, m->count());
     t.stop();
-    EXPECT_EQ(before - 1, m->count());
-}
 
-TEST_F(TimerTest, StoppedTimersQueuedEventNeverReachesOwner)
-{
-    TickProbe p;
-    UTimer t(&p, 10);
-    t.start();
-    t.advance(10);
-    EXPECT_EQ(1u, app->eventLoop()->pending());
-    t.stop();
-    drain();
-    EXPECT_TRUE(p.fired.empty());
-}
-
-TEST_F(TimerTest, DestroyedTimersQueuedEventIsDroppedWithoutReadingIt)
-{
-    TickProbe p;
-    UTimer* t = new UTimer(&p, 10);
-    t->start();
-    t->advance(10);
-    delete t; // ASan would report a read of the freed timer at delivery
-    drain();
-    EXPECT_TRUE(p.fired.empty());
-}
-
-TEST_F(TimerTest, SingleShotFiresOnceThenIsSpentUntilStopStart)
-{
-    TickProbe p;
-    UTimer t(&p, 20);
-    t.setSingleShot(true);
-    t.start();
-    UTimerManager* m = UTimerManager::instance();
-    EXPECT_EQ((std::vector<int>{2}), runTicks(t, p, 6));
-    EXPECT_TRUE(t.isRunning()); // spent, but still reports running
-    unsigned int registered = m->count();
-    t.start(); // alone it does not revive it
+    TickProbe s;
+    UTimer single(&s, 20);
+    single.setSingleShot(true);
+    single.start();
+    EXPECT_EQ((std::vector<int>{2}), runTicks(single, s, 6));
+    EXPECT_TRUE(single.isRunning()); // spent, but still reports running
+    single.start();                  // alone it does not revive it
+    EXPECT_EQ(registered - 1, m->count());
+    single.stop();
+    single.start();
     EXPECT_EQ(registered, m->count());
-    t.stop();
-    t.start();
-    EXPECT_EQ(registered + 1, m->count());
-    t.stop();
+    single.stop();
 }
 
-TEST_F(TimerTest, OwnerlessTimerNeverDelivers)
-{
-    UTimer t(nullptr, 10);
-    t.start();
-    t.advance(10);
-    EXPECT_EQ(0u, app->eventLoop()->pending());
-    t.setSingleShot(true);
-    t.advance(10); // only the self event is posted
-    EXPECT_EQ(1u, app->eventLoop()->pending());
-    drain();
-    t.stop();
-}
-
-TEST_F(TimerTest, EventCarriesTheTimerId)
+// Queued events of a stopped, a destroyed and a replaced timer never reach
+// the owner; ownerless timers post only the single-shot self event.
+TEST_F(TimerTest, QueuedEventsBelongToOneRunningTimerLifetime)
 {
     Log log;
     Recorder owner(&log, "o");
@@ -166,7 +111,34 @@ TEST_F(TimerTest, EventCarriesTheTimerId)
     b.advance(20);
     drain();
     EXPECT_EQ((Log{"o:t" + std::to_string(a.id()), "o:t" + std::to_string(b.id())}), log);
+
+    a.advance(10);
     a.stop();
+    UTimer* dying = new UTimer(&owner, 10);
+    dying->start();
+    dying->advance(10);
+    delete dying; // AddressSanitizer would see delivery read the freed timer
+    std::optional<UTimer> replaced;
+    replaced.emplace(&owner, 10);
+    replaced->start();
+    replaced->advance(10);
+    replaced.emplace(&owner, 10); // same address, new running timer
+    replaced->start();
+    EXPECT_EQ(3u, app->eventLoop()->pending());
+    log.clear();
+    drain();
+    EXPECT_TRUE(log.empty());
+    replaced->stop();
+
+    UTimer lonely(nullptr, 10);
+    lonely.start();
+    lonely.advance(10);
+    EXPECT_EQ(0u, app->eventLoop()->pending());
+    lonely.setSingleShot(true);
+    lonely.advance(10); // only the self event is posted
+    EXPECT_EQ(1u, app->eventLoop()->pending());
+    drain();
+    lonely.stop();
     b.stop();
 }
 
@@ -185,23 +157,67 @@ TEST(TimerIds, CountUpAndWrapThroughZero)
     EXPECT_EQ(first, static_cast<unsigned short>(prev)); // full cycle plus one
 }
 
-TEST_F(TimerTest, RealThreadDeliversAndApplicationCanDieWithTimersRunning)
+// The real thread sleeps between due ticks: firings keep the grid and the
+// order of a thread that ran every tick, elapsed times keep counting while
+// it sleeps, and it wakes early for a sooner interval.
+TEST_F(TimerTest, RealThreadKeepsTheGridWhileSleepingBetweenDueTicks)
 {
-    // The manager thread posts while the main thread tears the application
-    // down: no event may reach the destroyed loop (ASan/TSan watch this).
+    UTimerManager* m = UTimerManager::instance();
+    Log log;
+    struct Owner : Recorder {
+        using Recorder::Recorder;
+        int left = 11;
+        void timerEvent(UTimerEvent* e) override
+        {
+            Recorder::timerEvent(e);
+            if (--left == 0)
+                UApplication::instance()->stop();
+        }
+    } owner(&log, "o");
+    UTimer t15(&owner, 15), t40(&owner, 40), slow(&owner, 100000);
+    t15.start(); // registered while paused: all start on the same tick
+    t40.start();
+    slow.start();
+    m->setPaused(false);
+    app->run();
+    // 15 ms: ticks 2 3 5 6 8 9 11 12; 40 ms: 4 8 12, after 15 ms on a shared tick.
+    const std::string a = "o:t" + std::to_string(t15.id()), b = "o:t" + std::to_string(t40.id());
+    EXPECT_EQ((Log{a, a, b, a, a, a, b, a, a, a, b}), log);
+    t15.stop();
+    t40.stop();
+
+    unsigned long long wakes = m->wakeUps(), elapsed = slow.getElapsedTime();
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    unsigned long long later = slow.getElapsedTime();
+    EXPECT_GE(later, elapsed + 50);
+    EXPECT_EQ(0u, later % 10);
+    EXPECT_LE(m->wakeUps() - wakes, 2u); // nothing was due
+
+    log.clear();
+    owner.left = 1;
+    slow.setInterval(later + 20); // due in two ticks: the thread must wake
+    while (log.empty()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        drain();
+    }
+    EXPECT_EQ((Log{"o:t" + std::to_string(slow.id())}), log);
+    slow.stop();
+}
+
+TEST_F(TimerTest, ApplicationCanDieWithTimersRunning)
+{
+    // The thread posts while the main thread tears the application down: no
+    // event may reach the destroyed loop (ASan/TSan watch this).
     UTimerManager::instance()->setPaused(false);
     TickProbe p;
-    UTimer t(&p, 10);
+    UTimer t(&p, 1);
     t.start();
-    unsigned long long start = UTimerManager::instance()->ticks();
-    while (UTimerManager::instance()->ticks() < start + 3)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    drain();
-    EXPECT_FALSE(p.fired.empty());
-    delete app;
-    app = nullptr;
-    std::this_thread::sleep_for(std::chrono::milliseconds(30)); // fires with no application
-    app = new UApplication("again", new MemoryScreen, UApplication::UIMode(0));
+    for (int i = 0; i < 20; ++i) {
+        delete app;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        app = new UApplication("again", new MemoryScreen, UApplication::UIMode(0));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     t.stop();
 }
 

@@ -74,6 +74,9 @@ public:
     ~GatedBody() override { waitForThreadCompletion(); }
     void run() override
     {
+        // The handle is in place before run() starts: reading it here is
+        // no race with spawn() (ThreadSanitizer checks).
+        sawRunning = isThreadRunning();
         started.give();
         gate.take(-1);
         runThread = std::this_thread::get_id();
@@ -84,11 +87,25 @@ public:
     SysSemaphore started{SysSemaphore::NOT_AVAILABLE, 1, true};
     std::thread::id runThread;
     std::atomic<int> runs{0};
+    std::atomic<bool> sawRunning{false};
+};
+
+// Deletes its own object from its own thread.
+class SelfDeleting : public SysThreadable {
+public:
+    explicit SelfDeleting(SysSemaphore* done) : m_done(done) {}
+    void run() override
+    {
+        SysSemaphore* done = m_done;
+        delete this;
+        done->give();
+    }
+    SysSemaphore* m_done;
 };
 
 } // namespace
 
-TEST(SysThreader, SpawnRunsBodyOnItsOwnThreadOnceAndWaitJoins)
+TEST(SysThreader, SpawnRunsBodyOnceAtATimeAndAgainWhenFinished)
 {
     GatedBody body;
     SysThreadId id = 0;
@@ -96,18 +113,29 @@ TEST(SysThreader, SpawnRunsBodyOnItsOwnThreadOnceAndWaitJoins)
         SysThreader threader; // may go before the thread
         ASSERT_EQ(threader.spawn(&id, &body, "gated", SysThreadPriorityNormal, 0), 0);
         ASSERT_EQ(body.started.take(-1), SysSemaphore::OK);
-        // The body already has a running thread: a second spawn is refused.
+        EXPECT_TRUE(body.sawRunning.load());
+        // The body's thread is still inside run(): a second spawn is refused.
         EXPECT_EQ(threader.spawn(nullptr, &body, "again", SysThreadPriorityHigh, 0), -1);
         EXPECT_EQ(threader.spawn(&id, nullptr, "null", SysThreadPriorityLow, 0), -1);
     }
     EXPECT_EQ(body.runs.load(), 0);
     body.gate.give();
-    body.waitForThreadCompletion();
+    while (body.isThreadRunning())
+        std::this_thread::yield();
     EXPECT_EQ(body.runs.load(), 1);
     EXPECT_NE(body.runThread, std::this_thread::get_id());
-    // Waiting again, or on a body that never ran, returns at once.
+    // Finished but not waited for: spawning runs the body again.
+    SysThreader threader;
+    ASSERT_EQ(threader.spawn(&id, &body, "twice", SysThreadPriorityNormal, 0), 0);
+    body.gate.give();
     body.waitForThreadCompletion();
+    EXPECT_EQ(body.runs.load(), 2);
+    body.waitForThreadCompletion(); // again, and on a body that never ran
     GatedBody idle;
     idle.waitForThreadCompletion();
-    EXPECT_EQ(idle.runs.load(), 0);
+
+    // A body deleting itself on its own thread does not stop the process.
+    SysSemaphore done(SysSemaphore::NOT_AVAILABLE, 1, true);
+    ASSERT_EQ(threader.spawn(nullptr, new SelfDeleting(&done), "self", SysThreadPriorityNormal, 0), 0);
+    EXPECT_EQ(done.take(-1), SysSemaphore::OK);
 }
