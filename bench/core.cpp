@@ -1,6 +1,9 @@
 // Event throughput of the toolkit's loop against a bare mutex +
 // condition-variable + deque queue doing the same work (heap events with a
-// virtual process() and delete), and the timer manager's drift.
+// virtual process() and delete) and, when Qt 5 is installed, against Qt's
+// own posted events (QCoreApplication::postEvent, delivered by
+// sendPostedEvents on one thread and by a running QEventLoop across
+// threads); and the timer manager's drift.
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -18,6 +21,13 @@
 #include "utimer.h"
 #include "utimerevent.h"
 #include "utimermanager.h"
+
+#ifdef UTK_BENCH_WITH_QT
+#include <QCoreApplication>
+#include <QEvent>
+#include <QEventLoop>
+#include <QObject>
+#endif
 
 namespace {
 
@@ -140,6 +150,53 @@ void BM_Ref_CrossThread(benchmark::State& state)
 }
 BENCHMARK(BM_Ref_CrossThread)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
 
+#ifdef UTK_BENCH_WITH_QT
+struct QtCounter : QObject {
+    long long n = 0;
+    long long end = 0;
+    QEventLoop* loop = nullptr;
+    bool event(QEvent* e) override
+    {
+        if (e->type() != QEvent::User)
+            return QObject::event(e);
+        if (++n == end && loop)
+            loop->quit();
+        return true;
+    }
+};
+
+void BM_Qt_SameThread(benchmark::State& state)
+{
+    QtCounter c;
+    for (auto _ : state) {
+        for (int i = 0; i < kBatch; ++i)
+            QCoreApplication::postEvent(&c, new QEvent(QEvent::User));
+        QCoreApplication::sendPostedEvents(&c, QEvent::User);
+    }
+    benchmark::DoNotOptimize(c.n);
+    state.SetItemsProcessed(state.iterations() * kBatch);
+}
+BENCHMARK(BM_Qt_SameThread)->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_Qt_CrossThread(benchmark::State& state)
+{
+    for (auto _ : state) {
+        QEventLoop loop;
+        QtCounter c;
+        c.end = kBatch;
+        c.loop = &loop;
+        std::thread producer([&] {
+            for (int i = 0; i < kBatch; ++i)
+                QCoreApplication::postEvent(&c, new QEvent(QEvent::User));
+        });
+        loop.exec();
+        producer.join();
+    }
+    state.SetItemsProcessed(state.iterations() * kBatch);
+}
+BENCHMARK(BM_Qt_CrossThread)->Repetitions(5)->ReportAggregatesOnly(true)->UseRealTime();
+#endif
+
 // Runs the manager for `seconds` and reports how far its tick count fell
 // behind the monotonic clock (ticks expected minus ticks run, in ms), and
 // how far a 1000 ms timer's firings are from one per second.
@@ -153,6 +210,7 @@ void BM_TimerDrift(benchmark::State& state)
     for (auto _ : state) {
         c.timerFires = 0;
         unsigned long long t0 = m->ticks();
+        unsigned long long w0 = m->wakeUps();
         auto start = std::chrono::steady_clock::now();
         timer.start();
         while (std::chrono::steady_clock::now() - start < std::chrono::duration<double>(seconds)) {
@@ -164,6 +222,7 @@ void BM_TimerDrift(benchmark::State& state)
         unsigned long long ran = m->ticks() - t0;
         timer.stop();
         state.counters["tick_lag_ms"] = elapsedMs - 10.0 * static_cast<double>(ran);
+        state.counters["thread_wakeups"] = static_cast<double>(m->wakeUps() - w0);
         state.counters["timer_fires"] = static_cast<double>(c.timerFires);
         state.counters["expected_fires"] = static_cast<double>(static_cast<long long>(elapsedMs / 1000.0));
     }
@@ -174,8 +233,13 @@ BENCHMARK(BM_TimerDrift)->Arg(10)->Iterations(1)->Unit(benchmark::kSecond)->UseR
 
 int main(int argc, char** argv)
 {
+#ifdef UTK_BENCH_WITH_QT
+    QCoreApplication qtApp(argc, argv);
+#endif
     const int rc = runBenchmarksWithRatios(argc, argv, {
         {"BM_Utk_SameThread", "BM_Ref_SameThread"},
-        {"BM_Utk_CrossThread", "BM_Ref_CrossThread"}});
+        {"BM_Utk_CrossThread", "BM_Ref_CrossThread"},
+        {"BM_Utk_SameThread", "BM_Qt_SameThread"},
+        {"BM_Utk_CrossThread", "BM_Qt_CrossThread"}});
     return rc;
 }

@@ -12,11 +12,20 @@
 // and no event can be left behind: the flag and the queue are read and
 // written under the same lock, so either the loop sees the new event before
 // it sleeps or the poster sees the sleeping loop and wakes it.
+//
+// Batches. The dispatching thread takes everything queued at once, under
+// one lock, into a batch of its own and processes it event by event;
+// events posted meanwhile queue behind it, so the order is the order of
+// posting. When the loop stops, what is left of the batch goes back to the
+// front of the queue. removeEventByTarget() also clears the batch when it
+// is called on the dispatching thread, which is where agents are destroyed
+// (uagent.h); called on another thread it reaches only the queue.
 #ifndef UEVENTLOOP_H
 #define UEVENTLOOP_H
 
 #include <atomic>
 #include <deque>
+#include <thread>
 
 #include "sysmutex.h"
 #include "syssemaphore.h"
@@ -46,13 +55,20 @@ public:
     unsigned int pending();
 
 private:
-    UEvent* takeFront(bool sleepWhenEmpty);
+    // The next event to process: from the batch, refilled from the queue
+    // when empty. Null when both are empty; then, with sleepWhenEmpty,
+    // m_waiting is set so that the next post gives the semaphore.
+    UEvent* next(bool sleepWhenEmpty);
+    // Returns what is left of the batch to the front of the queue.
+    void putBack();
 
     std::deque<UEvent*> m_queue;
     SysMutex m_mutex;
     SysSemaphore m_semaphore;
     std::atomic<bool> m_stopped;
     bool m_waiting;   // the loop is asleep or about to be; under m_mutex
+    std::deque<UEvent*> m_batch;                 // dispatching thread only
+    std::atomic<std::thread::id> m_batchOwner;   // the dispatching thread
 };
 
 #endif

@@ -5,7 +5,7 @@
 
 UEventLoop::UEventLoop()
     : m_mutex(SysMutexUnlocked), m_semaphore(SysSemaphore::NOT_AVAILABLE, 65535, false),
-      m_stopped(false), m_waiting(false)
+      m_stopped(false), m_waiting(false), m_batchOwner(std::thread::id())
 {
 }
 
@@ -16,6 +16,8 @@ UEventLoop::~UEventLoop()
     std::deque<UEvent*> left;
     left.swap(m_queue);
     m_mutex.give();
+    for (UEvent* e : m_batch)
+        delete e;
     for (UEvent* e : left)
         delete e;
 }
@@ -33,27 +35,42 @@ void UEventLoop::postEvent(UEvent* event)
         m_semaphore.give();
 }
 
-UEvent* UEventLoop::takeFront(bool sleepWhenEmpty)
+UEvent* UEventLoop::next(bool sleepWhenEmpty)
 {
-    m_mutex.take();
-    if (m_queue.empty()) {
-        if (sleepWhenEmpty)
-            m_waiting = true;
+    if (m_batch.empty()) {
+        m_mutex.take();
+        if (m_queue.empty()) {
+            if (sleepWhenEmpty)
+                m_waiting = true;
+            m_mutex.give();
+            return nullptr;
+        }
+        // Everything queued so far, in one go; later posts wait in m_queue.
+        m_batch.swap(m_queue);
         m_mutex.give();
-        return nullptr;
     }
-    UEvent* e = m_queue.front();
-    m_queue.pop_front();
-    m_mutex.give();
+    UEvent* e = m_batch.front();
+    m_batch.pop_front();
     return e;
+}
+
+void UEventLoop::putBack()
+{
+    if (m_batch.empty())
+        return;
+    m_mutex.take();
+    m_queue.insert(m_queue.begin(), m_batch.begin(), m_batch.end());
+    m_mutex.give();
+    m_batch.clear();
 }
 
 void UEventLoop::run()
 {
     if (m_stopped.load())
         return;
+    const std::thread::id outer = m_batchOwner.exchange(std::this_thread::get_id());
     for (;;) {
-        UEvent* e = takeFront(true);
+        UEvent* e = next(true);
         if (!e) {
             // Blocks until a post sees m_waiting and gives; never polls.
             m_semaphore.take(-1);
@@ -62,21 +79,26 @@ void UEventLoop::run()
         e->process();
         delete e;
         if (m_stopped.load())
-            return;
+            break;
     }
+    putBack();
+    m_batchOwner.store(outer);
 }
 
 unsigned int UEventLoop::processPendingEvents(unsigned int max)
 {
+    const std::thread::id outer = m_batchOwner.exchange(std::this_thread::get_id());
     unsigned int done = 0;
     while (done < max) {
-        UEvent* e = takeFront(false);
+        UEvent* e = next(false);
         if (!e)
             break;
         e->process();
         delete e;
         ++done;
     }
+    putBack();
+    m_batchOwner.store(outer);
     return done;
 }
 
@@ -87,18 +109,26 @@ void UEventLoop::stop()
 
 void UEventLoop::removeEventByTarget(UAgent* target)
 {
+    const bool dispatcher = m_batchOwner.load() == std::this_thread::get_id();
     m_mutex.take();
     for (UEvent* e : m_queue) {
         if (e->m_target == target)
             e->m_target = nullptr;
     }
     m_mutex.give();
+    if (dispatcher) {
+        for (UEvent* e : m_batch) {
+            if (e->m_target == target)
+                e->m_target = nullptr;
+        }
+    }
 }
 
 unsigned int UEventLoop::pending()
 {
+    const bool dispatcher = m_batchOwner.load() == std::this_thread::get_id();
     m_mutex.take();
     unsigned int n = static_cast<unsigned int>(m_queue.size());
     m_mutex.give();
-    return n;
+    return n + (dispatcher ? static_cast<unsigned int>(m_batch.size()) : 0);
 }

@@ -83,6 +83,17 @@ TEST_F(CoreTest, DyingAgentsLoseTheirEventsAndTheirLinks)
     EXPECT_TRUE(a.getEmitters().empty());
     EXPECT_EQ(3u, drain());
     EXPECT_EQ((Log{"b:e2"}), log);
+
+    // Destroyed by a handler while its event waits in the same batch.
+    struct Killer : UAgent {
+        UAgent* victim = nullptr;
+        void event(UEvent*) override { delete victim; }
+    } killer;
+    killer.victim = new Recorder(&log, "v");
+    killer.emit(1, &killer);
+    killer.emit(2, killer.victim);
+    EXPECT_EQ(2u, drain());
+    EXPECT_EQ((Log{"b:e2"}), log);
 }
 
 namespace {
