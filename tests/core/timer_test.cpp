@@ -192,7 +192,7 @@ TEST_F(TimerTest, RealThreadKeepsTheGridWhileSleepingBetweenDueTicks)
     unsigned long long later = slow.getElapsedTime();
     EXPECT_GE(later, elapsed + 50);
     EXPECT_EQ(0u, later % 10);
-    EXPECT_LE(m->wakeUps() - wakes, 2u); // nothing was due
+    EXPECT_LE(m->wakeUps() - wakes, 3u); // nothing was due (a 10 ms tick: 6)
 
     log.clear();
     owner.left = 1;
