@@ -8,7 +8,8 @@ from a scenario file (argument 1), one command per line:
                           choice); the port 65529 makes it the server
   send NAME HEX... [@X]   one datagram from NAME's socket, the bytes in hex;
                           to port 65529, or @PORT, or @peer: the sender of
-                          the last datagram NAME received
+                          the last datagram NAME received (@peer=S: the
+                          sender of the last datagram S received)
   expect N                wait until N datagrams have arrived on all sockets
                           together (at most 5 s), then 60 ms of quiet, and
                           print what arrived, in arrival order
@@ -90,7 +91,11 @@ def main():
             hexes = words[2:]
             if hexes and hexes[-1].startswith("@"):
                 target = hexes.pop()[1:]
-                port = last_sender.get(name, 0) if target == "peer" else int(target)
+                if target.startswith("peer"):
+                    # @peer: whoever last sent to this socket; @peer=S: to S
+                    port = last_sender.get(target[5:] or name, 0)
+                else:
+                    port = int(target)
             socks[name].sendto(bytes(int(h, 16) for h in hexes), ("127.0.0.1", port))
         elif cmd == "expect":
             want = int(words[1])
