@@ -18,6 +18,7 @@ TEST(ClientDispatch, EveryFirstByteAndTheKeyFilters)
 {
     RecordingApp app("CallLogPhonelet", new MemoryScreen, UApplication::UIMode(0));
     UAppClient client; // not started: its dispatch is driven directly
+    client.beginDelivery();
     app.setEnabled(true);
 
     testing::internal::CaptureStdout();

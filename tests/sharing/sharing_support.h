@@ -169,6 +169,7 @@ struct KeyFifo {
 
 #include <mutex>
 
+#include "uappclient.h"
 #include "uapplication.h"
 #include "ukeyevent.h"
 
@@ -177,7 +178,19 @@ struct KeyFifo {
 // passes every other event on to the event loop.
 class RecordingApp : public UApplication {
 public:
-    using UApplication::UApplication;
+    RecordingApp(const UString& name, UScreenIfc* screen, UApplication::UIMode mode)
+        : UApplication(name, screen, mode)
+    {
+        // Complete: the client may call our postEvent from now on.
+        if (appClient())
+            appClient()->beginDelivery();
+    }
+    // Our members go before UApplication's destructor halts the client.
+    ~RecordingApp() override
+    {
+        if (appClient())
+            appClient()->halt();
+    }
     void postEvent(UEvent* e) override
     {
         if (e->getTarget() == this && (e->getType() == UEvent::Key || e->getType() == UEvent::AppShow ||
