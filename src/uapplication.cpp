@@ -7,10 +7,13 @@
 #include <sstream>
 #include <thread>
 
+#include "uappclient.h"
+#include "uappserver.h"
 #include "uevent.h"
 #include "ueventloop.h"
 #include "ufontmanager.h"
 #include "ukeyevent.h"
+#include "ukeylistener.h"
 #include "uscreenifc.h"
 #include "uwidget.h"
 #include "uwindowmanager.h"
@@ -85,9 +88,13 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
     appInstance.store(this);
     s_mainThread = std::this_thread::get_id();
 
-    // ServerMode: the screen server is created, started and waited for here,
-    // before the event loop exists (the screen-sharing services are not part
-    // of this build yet).
+    // ServerMode: the screen server is listening before anything else
+    // exists, so that the first registration finds it.
+    if (m_uiMode == ServerMode) {
+        m_appServer = new UAppServer();
+        m_appServer->start();
+        m_appServer->waitForStart();
+    }
 
     m_eventLoop = new UEventLoop();
     // Everything a post touches exists now: open the application to posts.
@@ -95,22 +102,40 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
     m_windowManager = new UWindowManager();
     m_fontManager = new UFontManager();
 
+    if (m_uiMode == ServerMode) {
+        m_keyListener = new UKeyListener();
+        m_keyListener->start();
+    }
+
     m_windowManager->init();
 
-    // ServerMode: the key listener starts before init(); ServerMode and
-    // ClientMode: the screen client starts last, once the event loop and the
-    // window manager exist.
+    // The screen client starts last, once the event loop and the window
+    // manager exist for the events it posts.
+    if (m_uiMode == ServerMode || m_uiMode == ClientMode) {
+        m_appClient = new UAppClient();
+        m_appClient->start();
+    }
 }
 
 UApplication::~UApplication()
 {
-    // Withdraw from posting first and let every post in flight leave, so
-    // nothing reaches the event loop once it starts going.
+    // The screen-sharing threads end before anything is taken apart, so
+    // none of them can reach the application, its event loop or its
+    // server while they go. Their objects are destroyed below, in order.
+    if (m_keyListener)
+        m_keyListener->halt();
+    if (m_appClient)
+        m_appClient->halt();
+    if (m_appServer)
+        m_appServer->halt();
+    // Withdraw from posting and let every post in flight leave, so nothing
+    // reaches the event loop once it starts going.
     if (s_postTarget.load() == this)
         s_postTarget.store(nullptr);
     appInstance.store(nullptr);
     waitForPostsInFlight();
-    // The key listener would go first, the screen server and client last.
+    delete m_keyListener;
+    m_keyListener = nullptr;
     delete m_fontManager;
     m_fontManager = nullptr;
     delete m_eventLoop;
@@ -119,6 +144,10 @@ UApplication::~UApplication()
     m_windowManager = nullptr;
     delete m_screen;
     m_screen = nullptr;
+    delete m_appServer;
+    m_appServer = nullptr;
+    delete m_appClient;
+    m_appClient = nullptr;
 }
 
 UApplication* UApplication::instance()
@@ -156,6 +185,9 @@ void UApplication::run()
     const bool published = s_postTarget.load() == this;
     if (published)
         s_virtualPosts.store(true);
+    // The application is complete now: the screen client may post to it.
+    if (m_appClient)
+        m_appClient->beginDelivery();
     m_eventLoop->run();
     if (published) {
         // The derived part may go from here on: no other thread may still be
@@ -206,15 +238,18 @@ bool UApplication::keyEvent(UKeyEvent* e)
     return window->keyEvent(e);
 }
 
+// Forwarded to the screen client in ClientMode only: the ServerMode
+// process never asks for the full screen, although it has a client.
 void UApplication::requestFullScreen()
 {
-    // Forwarded to the screen client in ClientMode only; without a client
-    // there is nothing to ask.
+    if (m_uiMode == ClientMode && m_appClient)
+        m_appClient->requestFullScreen();
 }
 
 void UApplication::releaseFullScreen()
 {
-    // As requestFullScreen().
+    if (m_uiMode == ClientMode && m_appClient)
+        m_appClient->releaseFullScreen();
 }
 
 UString UApplication::getPhoneletName(char number)
