@@ -25,9 +25,10 @@
 //   virtuals then would race with its construction and could miss its
 //   override. So the thread registers and reads at once, but holds the
 //   first event it would post until beginDelivery(), which
-//   UApplication::run() calls; a derived application that wants events
-//   before run() (a test driving the loop by hand) calls it at the end of
-//   its own constructor. Datagrams wait in the socket meanwhile, in order;
+//   UApplication::beginDelivery() calls (run() does, or a derived
+//   application that wants events before run(), such as a test driving
+//   the loop by hand, at the end of its own constructor). Posts go through
+//   UApplication::postThroughInstance(). Datagrams wait in the socket meanwhile, in order;
 //   halt() releases the wait. The mirror case: a derived application's
 //   destructor runs before UApplication's halts the client, so one whose
 //   postEvent override uses its own members calls appClient()->halt()

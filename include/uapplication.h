@@ -25,7 +25,7 @@
 //
 // Derived applications. From a thread other than the one that constructed
 // the application, the overriding postEvent() is called only while run()
-// is running; before run() (the derived constructor may still be running)
+// is running (or between beginDelivery() and endDelivery()); before run() (the derived constructor may still be running)
 // and after run() has returned (the derived destructor may be running)
 // other threads' events go straight into the event loop through
 // UApplication::postEvent(). A stopped loop never runs again, so the only
@@ -79,6 +79,16 @@ public:
     void stop();
 
     virtual void postEvent(UEvent* event);
+    // Other threads' posts reach an overriding postEvent() only between
+    // beginDelivery() and endDelivery(); outside, they go straight into the
+    // event loop (in order all the same). run() calls both around the loop.
+    // A derived application that wants other threads' posts in its
+    // postEvent() before run() (a test driving the loop by hand) calls
+    // beginDelivery() at the end of its constructor and endDelivery() first
+    // thing in its destructor. endDelivery() returns once no other thread
+    // is inside postEvent().
+    void beginDelivery();
+    void endDelivery();
     void event(UEvent* event) override;
     bool keyEvent(UKeyEvent* event) override;
 

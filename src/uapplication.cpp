@@ -182,19 +182,28 @@ void UApplication::run()
 {
     if (!m_eventLoop)
         return;
-    const bool published = s_postTarget.load() == this;
-    if (published)
+    beginDelivery();
+    m_eventLoop->run();
+    endDelivery();
+}
+
+void UApplication::beginDelivery()
+{
+    if (s_postTarget.load() == this)
         s_virtualPosts.store(true);
-    // The application is complete now: the screen client may post to it.
+    // The screen client holds its first post until now.
     if (m_appClient)
         m_appClient->beginDelivery();
-    m_eventLoop->run();
-    if (published) {
-        // The derived part may go from here on: no other thread may still be
-        // inside the overriding postEvent().
-        s_virtualPosts.store(false);
-        waitForPostsInFlight();
-    }
+}
+
+void UApplication::endDelivery()
+{
+    if (s_postTarget.load() != this)
+        return;
+    // The derived part may go from here on: no other thread may still be
+    // inside the overriding postEvent().
+    s_virtualPosts.store(false);
+    waitForPostsInFlight();
 }
 
 void UApplication::stop()

@@ -181,13 +181,13 @@ public:
     RecordingApp(const UString& name, UScreenIfc* screen, UApplication::UIMode mode)
         : UApplication(name, screen, mode)
     {
-        // Complete: the client may call our postEvent from now on.
-        if (appClient())
-            appClient()->beginDelivery();
+        // Complete: other threads may call our postEvent from now on.
+        beginDelivery();
     }
     // Our members go before UApplication's destructor halts the client.
     ~RecordingApp() override
     {
+        endDelivery();
         if (appClient())
             appClient()->halt();
     }
