@@ -130,6 +130,12 @@ public:
     static const unsigned short MAX_Y = 47;
 
 private:
+    friend void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x,
+                            unsigned short y);
+    // Draws rows x pitch bytes of one-bit glyph bits with their top-left at
+    // (x, y), set bits in the pen value, as the pixel routine would.
+    void drawGlyphBits(const unsigned char* bits, unsigned int rows, unsigned int pitch,
+                       uint16_t x, uint16_t y);
     void walkLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
                   bool dashed);
 

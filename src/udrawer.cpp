@@ -1,6 +1,7 @@
 #include "udrawer.h"
 
 #include <algorithm>
+#include <typeinfo>
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
@@ -11,6 +12,7 @@
 #include "uapplication.h"
 #include "ufontmanager.h"
 #include "uscreenifc.h"
+#include "uscreenzq4.h"
 
 namespace {
 
@@ -31,60 +33,6 @@ int abs16(int16_t v)
 {
     return v < 0 ? -static_cast<int>(v) : static_cast<int>(v);
 }
-
-UFTHBFont lookupFont(const UString& name)
-{
-    UApplication* app = UApplication::instance();
-    if (app == nullptr || app->fontManager() == nullptr)
-        return UFTHBFont();
-    return app->fontManager()->getFont(name);
-}
-
-// A shaped text: a fresh buffer shaped in the application's locale. The
-// buffer is destroyed with the object, whichever way its user ends.
-class ShapedText {
-public:
-    ShapedText(const UFTHBFont& f, const UString& text) : m_buffer(nullptr)
-    {
-        if (f.isNull())
-            return;
-        hb_buffer_t* b = hb_buffer_create();
-        if (b == nullptr || !hb_buffer_allocation_successful(b)) {
-            if (b)
-                hb_buffer_destroy(b);
-            return;
-        }
-        m_buffer = b;
-        adjustBufferForLocale(b);
-        hb_buffer_guess_segment_properties(b);
-        const std::string utf8 = text.toUTF8();
-        hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
-        hb_shape(f.m_font, b, nullptr, 0);
-    }
-    ~ShapedText()
-    {
-        if (m_buffer)
-            hb_buffer_destroy(m_buffer);
-    }
-    ShapedText(const ShapedText&) = delete;
-    ShapedText& operator=(const ShapedText&) = delete;
-
-    unsigned int count() const
-    {
-        return m_buffer ? hb_buffer_get_length(m_buffer) : 0;
-    }
-    const hb_glyph_info_t* infos() const
-    {
-        return hb_buffer_get_glyph_infos(m_buffer, nullptr);
-    }
-    const hb_glyph_position_t* positions() const
-    {
-        return hb_buffer_get_glyph_positions(m_buffer, nullptr);
-    }
-
-private:
-    hb_buffer_t* m_buffer;
-};
 
 } // namespace
 
@@ -126,17 +74,83 @@ void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x, unsigned 
     if (drawer == nullptr || bitmap == nullptr || bitmap->buffer == nullptr || bitmap->rows == 0 ||
         bitmap->pitch <= 0)
         return;
-    const unsigned int pitch = static_cast<unsigned int>(bitmap->pitch);
-    for (unsigned int r = 0; r < bitmap->rows; ++r) {
-        const unsigned char* row = bitmap->buffer + r * pitch;
+    drawer->drawGlyphBits(bitmap->buffer, bitmap->rows, static_cast<unsigned int>(bitmap->pitch),
+                          x, y);
+}
+
+void UDrawer::drawGlyphBits(const unsigned char* bits, unsigned int rows, unsigned int pitch,
+                            uint16_t x, uint16_t y)
+{
+    if (m_screen == nullptr)
+        return;
+    // Rows and columns that the pixel routine would drop whole: beyond the
+    // drawing limits or outside the clip rectangle.
+    const unsigned int xlo = m_clipRect.getLeft();
+    const unsigned int xhi = std::min<unsigned int>(m_clipRect.getRight(), MAX_X);
+    const unsigned int ylo = m_clipRect.getTop();
+    const unsigned int yhi = std::min<unsigned int>(m_clipRect.getBottom(), MAX_Y);
+    if (xlo > xhi || ylo > yhi)
+        return;
+
+    // The LCD screen's own setPixel only sets or clears one bit of its
+    // buffer (one bit a pixel, most significant bit leftmost), so its glyph
+    // bytes are written straight into the scan lines. A subclass might do
+    // more in setPixel and gets the pixel routine like any other screen.
+    const bool direct = typeid(*m_screen) == typeid(UScreenZQ4) && m_screen->buffer() != nullptr;
+    const int screenWidth =
+        std::min<int>(m_screen->width(), static_cast<int>(m_screen->stride()) * 8);
+    const bool ink = m_pen == 0;
+
+    for (unsigned int r = 0; r < rows; ++r) {
         const uint16_t py = static_cast<uint16_t>(y + r);
+        if (py < ylo || py > yhi)
+            continue;
+        const unsigned char* src = bits + static_cast<size_t>(r) * pitch;
+        const uint16_t sy = static_cast<uint16_t>(py + m_translationY);
+        unsigned char* line = nullptr;
+        if (direct) {
+            if (sy >= m_screen->height())
+                continue; // setPixel drops the whole row
+            line = m_screen->scanLine(sy);
+        }
         for (unsigned int b = 0; b < pitch; ++b) {
-            const uint8_t byte = row[b];
+            const unsigned int byte = src[b];
             if (byte == 0)
                 continue;
+            const unsigned int x0 = x + 8u * b;
+            const unsigned int sx0 = x0 + m_translationX;
+            if (line != nullptr && x0 + 7 <= 0xFFFFu && sx0 + 7 <= 0xFFFFu) {
+                // Neither the drawer nor the screen coordinate wraps within
+                // this byte: keep the bits that pass the limits, the clip
+                // and the screen's width, and merge them in at once.
+                const int lo = static_cast<int>(std::max(x0, xlo)) - static_cast<int>(x0);
+                const int hi = std::min({static_cast<int>(std::min(x0 + 7, xhi)),
+                                         screenWidth - 1 - static_cast<int>(m_translationX)}) -
+                               static_cast<int>(x0);
+                if (lo > hi)
+                    continue;
+                const unsigned int mask = (0xFFu >> lo) & (0xFFu << (7 - hi));
+                const unsigned int data = byte & mask;
+                if (data == 0)
+                    continue;
+                const unsigned int shift = sx0 & 7u;
+                unsigned char* dst = line + (sx0 >> 3);
+                const unsigned int first = data >> shift;
+                const unsigned int second = (data << (8 - shift)) & 0xFFu;
+                if (ink) {
+                    dst[0] = static_cast<unsigned char>(dst[0] & ~first);
+                    if (second)
+                        dst[1] = static_cast<unsigned char>(dst[1] & ~second);
+                } else {
+                    dst[0] = static_cast<unsigned char>(dst[0] | first);
+                    if (second)
+                        dst[1] = static_cast<unsigned char>(dst[1] | second);
+                }
+                continue;
+            }
             for (int k = 0; k < 8; ++k) {
                 if (byte & (1u << k))
-                    drawer->drawPixel(static_cast<uint16_t>(x + 8 * b + 7 - k), py);
+                    drawPixel(static_cast<uint16_t>(x0 + 7 - k), py);
             }
         }
     }
@@ -358,33 +372,29 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
         }
     }
 
-    const UFTHBFont f = lookupFont(font);
-    if (f.isNull())
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
         return;
-    ShapedText shaped(f, t);
-    const unsigned int n = shaped.count();
-    if (n == 0)
+    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, t, true);
+    if (shaped == nullptr)
         return;
-    const hb_glyph_info_t* info = shaped.infos();
-    const hb_glyph_position_t* pos = shaped.positions();
+    const unsigned int n = static_cast<unsigned int>(shaped->glyphs.size());
     const UString& units = t;
 
     uint16_t penX = x;
     for (unsigned int i = 0; i < n; ++i) {
-        if (FT_Load_Glyph(f.m_face, info[i].codepoint, FT_LOAD_DEFAULT) != 0)
-            return;
-        FT_GlyphSlot slot = f.m_face->glyph;
-        if (FT_Render_Glyph(slot, FT_RENDER_MODE_MONO) != 0)
+        const UFontManager::Glyph& g = *shaped->glyphs[i];
+        if (g.state == UFontManager::Glyph::Failed)
             return;
         int drop = BASELINE;
         if (m_marker && i < units.length() && units[i] >= MARKER_FIRST && units[i] <= MARKER_LAST)
             drop += MARKER_DROP;
-        const uint16_t top = static_cast<uint16_t>(y - slot->bitmap_top + drop);
+        const uint16_t top = static_cast<uint16_t>(y - g.top + drop);
         // A grey bitmap (a font that ignores the mono request) is skipped
         // rather than misread as one bit per pixel.
-        if (slot->bitmap.pixel_mode == FT_PIXEL_MODE_MONO)
-            renderGlyph(this, &slot->bitmap, static_cast<uint16_t>(penX + slot->bitmap_left), top);
-        penX = static_cast<uint16_t>(penX + pos[i].x_advance / 64);
+        if (g.state == UFontManager::Glyph::Ready && g.rows > 0)
+            drawGlyphBits(g.bits.data(), g.rows, g.pitch, static_cast<uint16_t>(penX + g.left), top);
+        penX = static_cast<uint16_t>(penX + shaped->advances[i]);
     }
 }
 
@@ -398,17 +408,15 @@ void UDrawer::drawIcon(unsigned short icon, unsigned short x, unsigned short y)
 
 unsigned short UDrawer::textWidth(const UString& text, const UString& font)
 {
-    const UFTHBFont f = lookupFont(font);
-    if (f.isNull())
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
         return 0;
-    ShapedText shaped(f, text);
-    const unsigned int n = shaped.count();
-    if (n == 0)
+    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, text, false);
+    if (shaped == nullptr)
         return 0;
-    const hb_glyph_position_t* pos = shaped.positions();
     uint16_t width = 0;
-    for (unsigned int i = 0; i < n; ++i)
-        width = static_cast<uint16_t>(width + pos[i].x_advance / 64);
+    for (int32_t advance : shaped->advances)
+        width = static_cast<uint16_t>(width + advance);
     return width;
 }
 
@@ -422,7 +430,10 @@ unsigned short UDrawer::textWidth(const UString& text)
 
 unsigned short UDrawer::textHeight(const UString& font)
 {
-    const UFTHBFont f = lookupFont(font);
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
+        return 0;
+    const UFTHBFont f = app->fontManager()->getFont(font);
     if (f.isNull())
         return 0;
     int height = 0;
