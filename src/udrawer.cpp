@@ -119,10 +119,11 @@ void UDrawer::drawGlyphBits(const unsigned char* bits, unsigned int rows, unsign
                 continue;
             const unsigned int x0 = x + 8u * b;
             const unsigned int sx0 = x0 + m_translationX;
-            if (line != nullptr && x0 + 7 <= 0xFFFFu && sx0 + 7 <= 0xFFFFu) {
-                // Neither the drawer nor the screen coordinate wraps within
-                // this byte: keep the bits that pass the limits, the clip
-                // and the screen's width, and merge them in at once.
+            if (line != nullptr && sx0 + 7 <= 0xFFFFu) {
+                // The screen coordinate (and so the drawer's, which is not
+                // larger) does not wrap within this byte: keep the bits that
+                // pass the limits, the clip and the screen's width, and
+                // merge them in at once.
                 const int lo = static_cast<int>(std::max(x0, xlo)) - static_cast<int>(x0);
                 const int hi = std::min({static_cast<int>(std::min(x0 + 7, xhi)),
                                          screenWidth - 1 - static_cast<int>(m_translationX)}) -

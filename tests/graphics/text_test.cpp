@@ -314,3 +314,36 @@ TEST_F(GraphicsTest, RenderGlyphDrawsWholeBytesMostSignificantBitFirst)
     renderGlyph(nullptr, &bm, 0, 0);
     EXPECT_EQ(screen->inkCount(), 0);
 }
+
+// ---------------------------------------------------------------- fonts on disk
+
+// A phone updates its fonts under running phonelets: once loaded, a font
+// no longer depends on its file. Emptying or overwriting the file must
+// neither crash the next draw (FreeType and HarfBuzz read faces lazily) nor
+// change a pixel of text never drawn before.
+TEST_F(GraphicsTest, FontFilesChangedOnDiskAfterLoadingDrawAsBefore)
+{
+    const std::string original = readFile(sourcePath("fonts/utk-text-12.bdf"));
+    const std::string path = writeTemp("update.bdf", original);
+    fonts()->loadFont(path, "updated");
+    fonts()->loadFont(sourcePath("fonts/utk-text-12.bdf"), "intact");
+    UDrawer d;
+    d.setFont("updated");
+    d.drawText("Hi", 0, 0, false);
+    EXPECT_EQ(UDrawer::textWidth("Hi", "updated"), 8);
+
+    const UString fresh("Missed 0123456789 \xC3\xA9t\xC3\xA9 {gjpqy}");
+    const char* updates[] = {"", "STARTFONT 2.1\n"};
+    for (const char* update : updates) {
+        { std::ofstream(path, std::ios::binary | std::ios::trunc) << update; }
+        screen->clear();
+        d.renderText(fresh, "intact", 3, 20);
+        const std::string expected = screen->art();
+        screen->clear();
+        d.renderText(fresh, "updated", 3, 20);
+        EXPECT_EQ(screen->art(), expected) << "file now holds \"" << update << "\"";
+        EXPECT_EQ(UDrawer::textWidth(fresh, "updated"), UDrawer::textWidth(fresh, "intact"));
+        EXPECT_EQ(UDrawer::textHeight("updated"), 12);
+    }
+    std::remove(path.c_str());
+}
