@@ -132,10 +132,19 @@ public:
 private:
     friend void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x,
                             unsigned short y);
+    // Where glyph bits go: straight into a one-bit buffer (base not null)
+    // or through the pixel routine.
+    struct GlyphTarget {
+        unsigned char* base = nullptr;
+        unsigned int stride = 0;
+        unsigned int height = 0;
+        unsigned int width = 0; // the screen's width, at most 8 x stride
+    };
+    GlyphTarget glyphTarget() const;
     // Draws rows x pitch bytes of one-bit glyph bits with their top-left at
-    // (x, y), set bits in the pen value, as the pixel routine would.
-    void drawGlyphBits(const unsigned char* bits, unsigned int rows, unsigned int pitch,
-                       uint16_t x, uint16_t y);
+    // (x, y), set bits in the pen value, exactly as the pixel routine would.
+    void drawGlyphBits(const GlyphTarget& target, const unsigned char* bits, unsigned int rows,
+                       unsigned int pitch, uint16_t x, uint16_t y);
     void walkLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
                   bool dashed);
 

@@ -74,12 +74,28 @@ void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x, unsigned 
     if (drawer == nullptr || bitmap == nullptr || bitmap->buffer == nullptr || bitmap->rows == 0 ||
         bitmap->pitch <= 0)
         return;
-    drawer->drawGlyphBits(bitmap->buffer, bitmap->rows, static_cast<unsigned int>(bitmap->pitch),
-                          x, y);
+    drawer->drawGlyphBits(drawer->glyphTarget(), bitmap->buffer, bitmap->rows,
+                          static_cast<unsigned int>(bitmap->pitch), x, y);
 }
 
-void UDrawer::drawGlyphBits(const unsigned char* bits, unsigned int rows, unsigned int pitch,
-                            uint16_t x, uint16_t y)
+UDrawer::GlyphTarget UDrawer::glyphTarget() const
+{
+    GlyphTarget t;
+    // The LCD screen's own setPixel only sets or clears one bit of its
+    // buffer (one bit a pixel, most significant bit leftmost), so glyph
+    // bytes can go straight into its scan lines. A subclass might do more
+    // in setPixel and gets the pixel routine like any other screen.
+    if (m_screen == nullptr || typeid(*m_screen) != typeid(UScreenZQ4))
+        return t;
+    t.base = m_screen->buffer();
+    t.stride = m_screen->stride();
+    t.height = m_screen->height();
+    t.width = std::min<unsigned int>(m_screen->width(), t.stride * 8u);
+    return t;
+}
+
+void UDrawer::drawGlyphBits(const GlyphTarget& target, const unsigned char* bits,
+                            unsigned int rows, unsigned int pitch, uint16_t x, uint16_t y)
 {
     if (m_screen == nullptr)
         return;
@@ -92,66 +108,70 @@ void UDrawer::drawGlyphBits(const unsigned char* bits, unsigned int rows, unsign
     if (xlo > xhi || ylo > yhi)
         return;
 
-    // The LCD screen's own setPixel only sets or clears one bit of its
-    // buffer (one bit a pixel, most significant bit leftmost), so its glyph
-    // bytes are written straight into the scan lines. A subclass might do
-    // more in setPixel and gets the pixel routine like any other screen.
-    const bool direct = typeid(*m_screen) == typeid(UScreenZQ4) && m_screen->buffer() != nullptr;
-    const int screenWidth =
-        std::min<int>(m_screen->width(), static_cast<int>(m_screen->stride()) * 8);
-    const bool ink = m_pen == 0;
+    const unsigned int sx = x + m_translationX; // screen x of the glyph's first column
+    const unsigned int MAX_PITCH = 16;
+    if (target.base != nullptr && pitch <= MAX_PITCH && sx + 8 * pitch - 1 <= 0xFFFFu) {
+        // No coordinate wraps within the glyph (the drawer's is not larger
+        // than the screen's): one mask per byte column keeps the pixels
+        // that pass the limits, the clip and the screen's width, and each
+        // byte is merged in at once.
+        unsigned char mask[MAX_PITCH];
+        unsigned int any = 0;
+        const int screenHi = static_cast<int>(target.width) - 1 - static_cast<int>(m_translationX);
+        for (unsigned int b = 0; b < pitch; ++b) {
+            const int x0 = x + 8 * static_cast<int>(b);
+            const int lo = std::max(x0, static_cast<int>(xlo)) - x0;
+            const int hi = std::min(std::min(x0 + 7, static_cast<int>(xhi)), screenHi) - x0;
+            mask[b] = lo > hi ? 0 : static_cast<unsigned char>((0xFFu >> lo) & (0xFFu << (7 - hi)));
+            any |= mask[b];
+        }
+        if (any == 0)
+            return;
+        const unsigned int shift = sx & 7u;
+        const bool ink = m_pen == 0;
+        for (unsigned int r = 0; r < rows; ++r) {
+            const uint16_t py = static_cast<uint16_t>(y + r);
+            if (py < ylo || py > yhi)
+                continue;
+            const uint16_t sy = static_cast<uint16_t>(py + m_translationY);
+            if (sy >= target.height)
+                continue; // setPixel drops the whole row
+            const unsigned char* src = bits + static_cast<size_t>(r) * pitch;
+            unsigned char* dst = target.base + static_cast<size_t>(sy) * target.stride + (sx >> 3);
+            for (unsigned int b = 0; b < pitch; ++b) {
+                const unsigned int data = src[b] & mask[b];
+                if (data == 0)
+                    continue;
+                // Set bits lie left of the screen's width, so the second
+                // byte is only touched when it is within the row.
+                const unsigned int first = data >> shift;
+                const unsigned int second = (data << (8 - shift)) & 0xFFu;
+                if (ink) {
+                    dst[b] = static_cast<unsigned char>(dst[b] & ~first);
+                    if (second)
+                        dst[b + 1] = static_cast<unsigned char>(dst[b + 1] & ~second);
+                } else {
+                    dst[b] = static_cast<unsigned char>(dst[b] | first);
+                    if (second)
+                        dst[b + 1] = static_cast<unsigned char>(dst[b + 1] | second);
+                }
+            }
+        }
+        return;
+    }
 
     for (unsigned int r = 0; r < rows; ++r) {
         const uint16_t py = static_cast<uint16_t>(y + r);
         if (py < ylo || py > yhi)
             continue;
         const unsigned char* src = bits + static_cast<size_t>(r) * pitch;
-        const uint16_t sy = static_cast<uint16_t>(py + m_translationY);
-        unsigned char* line = nullptr;
-        if (direct) {
-            if (sy >= m_screen->height())
-                continue; // setPixel drops the whole row
-            line = m_screen->scanLine(sy);
-        }
         for (unsigned int b = 0; b < pitch; ++b) {
             const unsigned int byte = src[b];
             if (byte == 0)
                 continue;
-            const unsigned int x0 = x + 8u * b;
-            const unsigned int sx0 = x0 + m_translationX;
-            if (line != nullptr && sx0 + 7 <= 0xFFFFu) {
-                // The screen coordinate (and so the drawer's, which is not
-                // larger) does not wrap within this byte: keep the bits that
-                // pass the limits, the clip and the screen's width, and
-                // merge them in at once.
-                const int lo = static_cast<int>(std::max(x0, xlo)) - static_cast<int>(x0);
-                const int hi = std::min({static_cast<int>(std::min(x0 + 7, xhi)),
-                                         screenWidth - 1 - static_cast<int>(m_translationX)}) -
-                               static_cast<int>(x0);
-                if (lo > hi)
-                    continue;
-                const unsigned int mask = (0xFFu >> lo) & (0xFFu << (7 - hi));
-                const unsigned int data = byte & mask;
-                if (data == 0)
-                    continue;
-                const unsigned int shift = sx0 & 7u;
-                unsigned char* dst = line + (sx0 >> 3);
-                const unsigned int first = data >> shift;
-                const unsigned int second = (data << (8 - shift)) & 0xFFu;
-                if (ink) {
-                    dst[0] = static_cast<unsigned char>(dst[0] & ~first);
-                    if (second)
-                        dst[1] = static_cast<unsigned char>(dst[1] & ~second);
-                } else {
-                    dst[0] = static_cast<unsigned char>(dst[0] | first);
-                    if (second)
-                        dst[1] = static_cast<unsigned char>(dst[1] | second);
-                }
-                continue;
-            }
             for (int k = 0; k < 8; ++k) {
                 if (byte & (1u << k))
-                    drawPixel(static_cast<uint16_t>(x0 + 7 - k), py);
+                    drawPixel(static_cast<uint16_t>(x + 8 * b + 7 - k), py);
             }
         }
     }
@@ -382,6 +402,7 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
     const unsigned int n = static_cast<unsigned int>(shaped->glyphs.size());
     const UString& units = t;
 
+    const GlyphTarget target = glyphTarget();
     uint16_t penX = x;
     for (unsigned int i = 0; i < n; ++i) {
         const UFontManager::Glyph& g = *shaped->glyphs[i];
@@ -394,7 +415,7 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
         // A grey bitmap (a font that ignores the mono request) is skipped
         // rather than misread as one bit per pixel.
         if (g.state == UFontManager::Glyph::Ready && g.rows > 0)
-            drawGlyphBits(g.bits.data(), g.rows, g.pitch, static_cast<uint16_t>(penX + g.left), top);
+            drawGlyphBits(target, g.bits.data(), g.rows, g.pitch, static_cast<uint16_t>(penX + g.left), top);
         penX = static_cast<uint16_t>(penX + shaped->advances[i]);
     }
 }
