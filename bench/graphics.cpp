@@ -1,7 +1,8 @@
 // Drawing costs on the LCD screen (UScreenZQ4 on a simulated direct-mode
 // 199 x 48 one-bit device): one 20-character line of text, shaped anew
 // (each iteration draws another of 1024 lines, more than the shaping cache
-// holds) and repeated (the same line every time: a clock, a list row
+// holds; plain ASCII, and with an accented letter that takes every line
+// through HarfBuzz) and repeated (the same line every time: a clock, a list row
 // repainted), against plain FreeType rendering the same glyph indices
 // straight into a one-bit buffer; and a full-screen fillRect against the
 // screen's own setPixel over the same pixels and against a plain memset of
@@ -80,6 +81,29 @@ void BM_DrawerText(benchmark::State& state)
     for (int i = 0; i < 1024; ++i) {
         char line[32];
         std::snprintf(line, sizeof line, "Missed call: %07d", i * 7919);
+        lines.emplace_back(line);
+    }
+    size_t i = 0;
+    for (auto _ : state) {
+        d.drawText(lines[i++ & 1023], 0, 0, false);
+        benchmark::ClobberMemory();
+    }
+}
+
+// As BM_DrawerText, with one accented letter in each line: the text goes
+// through HarfBuzz every time.
+void BM_DrawerTextHarfBuzz(benchmark::State& state)
+{
+    if (fixture().screen->buffer() == nullptr) {
+        state.SkipWithError("no simulated screen");
+        return;
+    }
+    UDrawer d;
+    d.setFont("text");
+    std::vector<UString> lines;
+    for (int i = 0; i < 1024; ++i) {
+        char line[32];
+        std::snprintf(line, sizeof line, "Appel manqu\xC3\xA9 %07d", i * 7919);
         lines.emplace_back(line);
     }
     size_t i = 0;
@@ -204,6 +228,7 @@ void BM_MemsetReference(benchmark::State& state)
 const int REPETITIONS = 9;
 
 BENCHMARK(BM_DrawerText)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_DrawerTextHarfBuzz)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_DrawerTextRepeated)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_FreeTypeReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
@@ -216,6 +241,7 @@ int main(int argc, char** argv)
 {
     const int rc = runBenchmarksWithRatios(argc, argv, {
         {"BM_DrawerText", "BM_FreeTypeReference"},
+        {"BM_DrawerTextHarfBuzz", "BM_FreeTypeReference"},
         {"BM_DrawerTextRepeated", "BM_FreeTypeReference"},
         {"BM_DrawerFillRect", "BM_SetPixelReference"},
         {"BM_DrawerFillRect", "BM_MemsetReference"}});

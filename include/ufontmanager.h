@@ -35,10 +35,15 @@
 // there; every later load then fails with the FT_New_Face line.
 //
 // Rendering caches (used by UDrawer; they change no pixel and no result):
+// - shaping: one HarfBuzz buffer, emptied before each use, serves every
+//   text of the manager;
 // - shaped texts: per font, a direct-mapped table of 128 slots keyed on the
 //   locale's shaping settings and the text's units holds the glyph indices
 //   and whole-pixel advances of recently shaped texts; texts longer than
-//   128 units are shaped every time;
+//   128 units are shaped every time. Printable ASCII in a bitmap font
+//   without kerning in the Latin locale is answered from a table of
+//   HarfBuzz's own nominal glyph and advance per character (the reasons
+//   are in the source);
 // - rendered glyphs: per font, the one-bit bitmap FreeType renders for a
 //   glyph index (whole bytes of its pitch, bearings, and whether loading or
 //   rendering failed or gave a non-monochrome bitmap). At most 1024 glyphs
@@ -63,6 +68,8 @@
 
 struct FT_LibraryRec_;
 typedef struct FT_LibraryRec_* FT_Library;
+struct hb_buffer_t;
+typedef struct hb_buffer_t hb_buffer_t;
 
 extern int32_t fterr;
 
@@ -118,6 +125,7 @@ private:
 
     std::map<UString, Entry, UnitOrder> m_fonts;
     FT_Library m_library;
+    hb_buffer_t* m_buffer; // reused by every shaping
 };
 
 #endif

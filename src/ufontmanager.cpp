@@ -95,9 +95,51 @@ public:
     std::vector<unsigned char> bytes; // the face's file, read once
     std::vector<Slot> slots = std::vector<Slot>(SHAPE_SLOTS);
     Shaped scratch; // long texts, shaped every time
+    // Printable ASCII in a simple font (see simpleAscii()): HarfBuzz's own
+    // nominal glyph and advance per character, asked once.
+    enum { ASCII_FIRST = 0x20, ASCII_LAST = 0x7E, NO_GLYPH = 0xFFFFFFFFu };
+    bool asciiKnown = false;
+    bool asciiSimple = false;
+    uint32_t asciiGlyph[ASCII_LAST - ASCII_FIRST + 1];
+    int32_t asciiAdvance[ASCII_LAST - ASCII_FIRST + 1];
     std::deque<Glyph> glyphs;
     std::unordered_map<uint32_t, const Glyph*> glyphIndex;
     unsigned long generation = 1;
+
+    // A face that is no sfnt (BDF, PCF) and has no kerning gives HarfBuzz
+    // no layout tables and no kerning: shaping printable ASCII in Latin,
+    // left to right, then maps each character to its nominal glyph with its
+    // plain advance (no normalisation, ligature, mark or spacing rule
+    // touches those characters). Such texts are answered from a table of
+    // HarfBuzz's own answers for each character; any other text, font or
+    // locale, or a character the font lacks, is shaped by HarfBuzz.
+    bool simpleAscii(const UFTHBFont& f, const std::vector<unsigned short>& units, Shaped& out)
+    {
+        if (!asciiKnown) {
+            asciiKnown = true;
+            asciiSimple = !FT_IS_SFNT(f.m_face) && !FT_HAS_KERNING(f.m_face);
+            for (unsigned int c = ASCII_FIRST; c <= ASCII_LAST; ++c) {
+                hb_codepoint_t g = 0;
+                const bool has = hb_font_get_nominal_glyph(f.m_font, c, &g);
+                asciiGlyph[c - ASCII_FIRST] = has ? g : NO_GLYPH;
+                asciiAdvance[c - ASCII_FIRST] = has ? hb_font_get_glyph_h_advance(f.m_font, g) / 64 : 0;
+            }
+        }
+        if (!asciiSimple)
+            return false;
+        for (unsigned short u : units)
+            if (u < ASCII_FIRST || u > ASCII_LAST || asciiGlyph[u - ASCII_FIRST] == NO_GLYPH)
+                return false;
+        out.indices.resize(units.size());
+        out.advances.resize(units.size());
+        for (size_t i = 0; i < units.size(); ++i) {
+            out.indices[i] = asciiGlyph[units[i] - ASCII_FIRST];
+            out.advances[i] = asciiAdvance[units[i] - ASCII_FIRST];
+        }
+        out.glyphs.clear();
+        out.generation = 0;
+        return true;
+    }
 
     const Glyph* glyph(FT_Face face, uint32_t index)
     {
@@ -168,7 +210,7 @@ void UFontManager::release(Entry& e)
     e.data.reset(); // the bytes go last: both of the above read them
 }
 
-UFontManager::UFontManager() : m_library(nullptr)
+UFontManager::UFontManager() : m_library(nullptr), m_buffer(nullptr)
 {
     fterr = FT_Init_FreeType(&m_library);
     if (fterr != 0)
@@ -183,6 +225,8 @@ UFontManager::~UFontManager()
         FT_Done_FreeType(m_library);
     m_library = nullptr;
     m_fonts.clear();
+    if (m_buffer)
+        hb_buffer_destroy(m_buffer);
 }
 
 void UFontManager::loadFont(const UString& path, const UString& name)
@@ -267,12 +311,29 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
         slot->used = false;
     }
 
-    hb_buffer_t* b = hb_buffer_create();
-    if (b == nullptr || !hb_buffer_allocation_successful(b)) {
-        if (b)
-            hb_buffer_destroy(b);
-        return nullptr;
+    if (locale == 0 && data.simpleAscii(entry.font, units, *shaped)) {
+        if (slot) {
+            slot->used = true;
+            slot->locale = locale;
+            slot->units = units;
+        }
+        if (glyphs)
+            data.resolve(entry.font.m_face, *shaped);
+        return shaped;
     }
+
+    // One buffer serves every shaping, emptied before each.
+    if (m_buffer == nullptr) {
+        hb_buffer_t* created = hb_buffer_create();
+        if (created == nullptr || !hb_buffer_allocation_successful(created)) {
+            if (created)
+                hb_buffer_destroy(created);
+            return nullptr;
+        }
+        m_buffer = created;
+    }
+    hb_buffer_t* b = m_buffer;
+    hb_buffer_clear_contents(b);
     adjustBufferForLocale(b);
     hb_buffer_guess_segment_properties(b);
     const std::string utf8 = text.toUTF8();
@@ -289,7 +350,7 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
         shaped->indices[i] = info[i].codepoint;
         shaped->advances[i] = pos[i].x_advance / 64;
     }
-    hb_buffer_destroy(b);
+    hb_buffer_clear_contents(b);
 
     if (slot) {
         slot->used = true;

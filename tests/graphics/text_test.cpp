@@ -9,6 +9,7 @@
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
+#include <hb.h>
 
 #include "graphics_fixture.h"
 #include "textart.h"
@@ -346,4 +347,44 @@ TEST_F(GraphicsTest, FontFilesChangedOnDiskAfterLoadingDrawAsBefore)
         EXPECT_EQ(UDrawer::textHeight("updated"), 12);
     }
     std::remove(path.c_str());
+}
+
+// Shaping answers come from a cache, and plain ASCII in a bitmap font from
+// a per-character table: both must match what HarfBuzz answers afresh, for
+// every pair of printable characters, in both toolkit fonts and a font
+// with kerning-free sfnt strikes, in the Latin and the Arabic locale.
+TEST_F(TextTest, ShapingMatchesHarfBuzzAfresh)
+{
+    fonts()->loadFont(sourcePath("tests/fonts/strikes.otb"), "strikes");
+    std::vector<UString> texts;
+    for (unsigned short a = 0x1F; a <= 0x7F; ++a)
+        for (unsigned short b = 0x1F; b <= 0x7F; ++b)
+            texts.push_back(units({a, b}));
+    texts.push_back("Missed call: 0123456789 {[(<>)]} ~ The quick brown fox");
+    texts.push_back(units({'A', 0x301, 'e', 0x20AC, 0xE000}));
+    for (int locale : {UGlobal::Latin, UGlobal::Arabic}) {
+        app->setLocale(static_cast<UGlobal::ULocale>(locale));
+        for (const char* name : {"text", "icons", "strikes"}) {
+            hb_font_t* font = fonts()->getFont(name).m_font;
+            for (int pass = 0; pass < 2; ++pass) // the second pass is served by the cache
+                for (const UString& t : texts) {
+                    hb_buffer_t* b = hb_buffer_create();
+                    adjustBufferForLocale(b);
+                    hb_buffer_guess_segment_properties(b);
+                    hb_buffer_add_utf8(b, t.toUTF8().c_str(), -1, 0, -1);
+                    hb_shape(font, b, nullptr, 0);
+                    unsigned int n = 0;
+                    const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
+                    const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
+                    const UFontManager::Shaped* s = fonts()->shape(name, t, pass == 1);
+                    ASSERT_NE(s, nullptr);
+                    ASSERT_EQ(s->indices.size(), n) << name << " " << t.toUTF8();
+                    for (unsigned int i = 0; i < n; ++i) {
+                        ASSERT_EQ(s->indices[i], info[i].codepoint) << name << " " << t.toUTF8();
+                        ASSERT_EQ(s->advances[i], pos[i].x_advance / 64) << name << " " << t.toUTF8();
+                    }
+                    hb_buffer_destroy(b);
+                }
+        }
+    }
 }
