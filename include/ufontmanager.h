@@ -81,8 +81,9 @@ public:
         State state = Failed;
         int left = 0; // bitmap_left
         int top = 0;  // bitmap_top
-        unsigned int rows = 0;
-        unsigned int pitch = 0; // 0 for a bottom-up or empty bitmap: nothing to draw
+        unsigned int firstRow = 0; // of the bitmap: the blank rows above it are not kept
+        unsigned int rows = 0;     // kept from firstRow on, up to the last one with ink
+        unsigned int pitch = 0;    // 0 for a bottom-up or empty bitmap: nothing to draw
         std::vector<unsigned char> bits;
     };
     // One shaped text: per glyph, its index, its advance in whole pixels

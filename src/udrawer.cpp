@@ -415,7 +415,8 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
         // A grey bitmap (a font that ignores the mono request) is skipped
         // rather than misread as one bit per pixel.
         if (g.state == UFontManager::Glyph::Ready && g.rows > 0)
-            drawGlyphBits(target, g.bits.data(), g.rows, g.pitch, static_cast<uint16_t>(penX + g.left), top);
+            drawGlyphBits(target, g.bits.data(), g.rows, g.pitch,
+                          static_cast<uint16_t>(penX + g.left), static_cast<uint16_t>(top + g.firstRow));
         penX = static_cast<uint16_t>(penX + shaped->advances[i]);
     }
 }

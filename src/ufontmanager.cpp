@@ -159,9 +159,23 @@ public:
             } else {
                 g.state = Glyph::Ready;
                 if (bm.buffer != nullptr && bm.rows > 0 && bm.pitch > 0) {
-                    g.rows = bm.rows;
-                    g.pitch = static_cast<unsigned int>(bm.pitch);
-                    g.bits.assign(bm.buffer, bm.buffer + static_cast<size_t>(g.rows) * g.pitch);
+                    // Rows without a set bit at either end draw nothing and
+                    // are not kept.
+                    const size_t pitch = static_cast<size_t>(bm.pitch);
+                    auto blank = [&](unsigned int r) {
+                        const unsigned char* row = bm.buffer + r * pitch;
+                        return std::all_of(row, row + pitch, [](unsigned char c) { return c == 0; });
+                    };
+                    unsigned int first = 0;
+                    unsigned int end = bm.rows;
+                    while (first < end && blank(first))
+                        ++first;
+                    while (end > first && blank(end - 1))
+                        --end;
+                    g.firstRow = first;
+                    g.rows = end - first;
+                    g.pitch = static_cast<unsigned int>(pitch);
+                    g.bits.assign(bm.buffer + first * pitch, bm.buffer + end * pitch);
                 }
             }
         }
