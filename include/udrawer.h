@@ -51,6 +51,15 @@
 //   of more than one bit per pixel ignores the monochrome request) is not
 //   drawn, though its advance still moves the pen: reading its bytes as one
 //   bit per pixel would draw noise;
+// - shaping results and rendered glyphs come from the font manager's caches
+//   (see ufontmanager.h); they give the same pixels as shaping and
+//   rendering anew;
+// - on the LCD screen itself (a UScreenZQ4, not a subclass) glyph bytes are
+//   merged straight into its one-bit buffer, masked by the drawing limits,
+//   the clip rectangle and the screen's width: the same bits that its
+//   setPixel would set or clear one at a time. Glyph bytes whose screen
+//   coordinates wrap at 65536, glyphs wider than 128 pixels, and every
+//   other screen go through the pixel routine (setPixel per set bit);
 // - without an application (none created yet, or destroyed) a drawer has no
 //   screen and draws nothing, and every font lookup finds nothing.
 //
