@@ -1,8 +1,12 @@
-// Drawing costs: one 20-character line of text (shaping with HarfBuzz and
-// rasterising with FreeType through the drawer's pixel routine) against
-// plain FreeType rendering the same glyph indices straight into a one-bit
-// buffer; and a full-screen fillRect against the screen's own setPixel over
-// the same pixels and against a plain memset of the buffer.
+// Drawing costs on the LCD screen (UScreenZQ4 on a simulated direct-mode
+// 199 x 48 one-bit device): one 20-character line of text, shaped anew
+// (each iteration draws another of 1024 lines, more than the shaping cache
+// holds; plain ASCII, and with an accented letter that takes every line
+// through HarfBuzz) and repeated (the same line every time: a clock, a list row
+// repainted), against plain FreeType rendering the same glyph indices
+// straight into a one-bit buffer; and a full-screen fillRect against the
+// screen's own setPixel over the same pixels and against a plain memset of
+// the buffer.
 // Each pair runs in the same program; the report ends with the medians and
 // their ratios.
 #include <cstdio>
@@ -17,11 +21,15 @@
 #include <hb-ft.h>
 #include <hb.h>
 
+#include <unistd.h>
+
 #include "medianreporter.h"
-#include "memoryscreen.h"
+#include "simframebuffer.h"
+#include "syshardwareversion.h"
 #include "uapplication.h"
 #include "udrawer.h"
 #include "ufontmanager.h"
+#include "uscreenzq4.h"
 
 namespace {
 
@@ -32,17 +40,25 @@ std::string fontPath()
     return std::string(UTK_SOURCE_DIR) + "/fonts/utk-text-12.bdf";
 }
 
-// One application for the whole program, on an in-memory LCD.
+// One application for the whole program, on the LCD screen over a
+// simulated direct-mode device of its own (no shared-memory segment).
 struct Fixture {
     Fixture()
     {
-        screen = new MemoryScreen();
+        SysHardwareVersion::setModel(SysHardwareVersion::MODEL_DEFAULT);
+        SimFramebuffer::setShmName("/utk-bench-graphics-" + std::to_string(getpid()));
+        SimFramebuffer::configure("ST7529 FB", 199, 48, 1);
+        screen = new UScreenZQ4();
         app = new UApplication("GraphicsBench", screen, UApplication::UIMode(0));
         app->fontManager()->loadFont(fontPath(), "text");
         app->setFont("text");
     }
-    ~Fixture() { delete app; }
-    MemoryScreen* screen;
+    ~Fixture()
+    {
+        delete app;
+        SimFramebuffer::remove();
+    }
+    UScreenIfc* screen;
     UApplication* app;
 };
 
@@ -52,9 +68,58 @@ Fixture& fixture()
     return f;
 }
 
+// Another line each time, each shaped anew: 1024 lines of 20 characters.
 void BM_DrawerText(benchmark::State& state)
 {
-    fixture();
+    if (fixture().screen->buffer() == nullptr) {
+        state.SkipWithError("no simulated screen");
+        return;
+    }
+    UDrawer d;
+    d.setFont("text");
+    std::vector<UString> lines;
+    for (int i = 0; i < 1024; ++i) {
+        char line[32];
+        std::snprintf(line, sizeof line, "Missed call: %07d", i * 7919);
+        lines.emplace_back(line);
+    }
+    size_t i = 0;
+    for (auto _ : state) {
+        d.drawText(lines[i++ & 1023], 0, 0, false);
+        benchmark::ClobberMemory();
+    }
+}
+
+// As BM_DrawerText, with one accented letter in each line: the text goes
+// through HarfBuzz every time.
+void BM_DrawerTextHarfBuzz(benchmark::State& state)
+{
+    if (fixture().screen->buffer() == nullptr) {
+        state.SkipWithError("no simulated screen");
+        return;
+    }
+    UDrawer d;
+    d.setFont("text");
+    std::vector<UString> lines;
+    for (int i = 0; i < 1024; ++i) {
+        char line[32];
+        std::snprintf(line, sizeof line, "Appel manqu\xC3\xA9 %07d", i * 7919);
+        lines.emplace_back(line);
+    }
+    size_t i = 0;
+    for (auto _ : state) {
+        d.drawText(lines[i++ & 1023], 0, 0, false);
+        benchmark::ClobberMemory();
+    }
+}
+
+// The same line every time.
+void BM_DrawerTextRepeated(benchmark::State& state)
+{
+    if (fixture().screen->buffer() == nullptr) {
+        state.SkipWithError("no simulated screen");
+        return;
+    }
     UDrawer d;
     d.setFont("text");
     const UString text(LINE);
@@ -117,6 +182,8 @@ void BM_FreeTypeReference(benchmark::State& state)
             penX += advances[i];
         }
         benchmark::DoNotOptimize(lcd.data());
+        benchmark::DoNotOptimize(glyphs.data());
+        benchmark::DoNotOptimize(advances.data());
         benchmark::ClobberMemory();
     }
     hb_buffer_destroy(buf);
@@ -151,7 +218,7 @@ void BM_SetPixelReference(benchmark::State& state)
 
 void BM_MemsetReference(benchmark::State& state)
 {
-    MemoryScreen& s = *fixture().screen;
+    UScreenIfc& s = *fixture().screen;
     for (auto _ : state) {
         std::memset(s.buffer(), 0x00, static_cast<size_t>(s.stride()) * s.height());
         benchmark::ClobberMemory();
@@ -161,6 +228,8 @@ void BM_MemsetReference(benchmark::State& state)
 const int REPETITIONS = 9;
 
 BENCHMARK(BM_DrawerText)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_DrawerTextHarfBuzz)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_DrawerTextRepeated)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_FreeTypeReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_SetPixelReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
@@ -172,6 +241,8 @@ int main(int argc, char** argv)
 {
     const int rc = runBenchmarksWithRatios(argc, argv, {
         {"BM_DrawerText", "BM_FreeTypeReference"},
+        {"BM_DrawerTextHarfBuzz", "BM_FreeTypeReference"},
+        {"BM_DrawerTextRepeated", "BM_FreeTypeReference"},
         {"BM_DrawerFillRect", "BM_SetPixelReference"},
         {"BM_DrawerFillRect", "BM_MemsetReference"}});
     return rc;

@@ -52,9 +52,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    // FreeType maps the file of a face it keeps: every input gets a file of
-    // its own, removed once loaded (the mapping outlives the name), so the
-    // font still loaded from an earlier input never changes under it.
+    // The font manager reads the file into memory of its own; each input
+    // still gets a fresh file name, removed once loaded. The text drawn
+    // twice goes the second time through the shaping and glyph caches.
     static unsigned long serial = 0;
     const std::string path = fontPath + "-" + std::to_string(serial++);
     FILE* f = std::fopen(path.c_str(), "wb");
@@ -77,6 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         (void)UDrawer::textWidth(s, font);
         drawer.drawText(s, 0, 0, true);
         drawer.renderText(s, font, 150, 30);
+        drawer.drawText(s, UPoint(3, 5));
     }
     drawer.drawIcon(0xE000, 10, 10);
     (void)UDrawer::iconWidth(0x41);

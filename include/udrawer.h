@@ -51,6 +51,15 @@
 //   of more than one bit per pixel ignores the monochrome request) is not
 //   drawn, though its advance still moves the pen: reading its bytes as one
 //   bit per pixel would draw noise;
+// - shaping results and rendered glyphs come from the font manager's caches
+//   (see ufontmanager.h); they give the same pixels as shaping and
+//   rendering anew;
+// - on the LCD screen itself (a UScreenZQ4, not a subclass) glyph bytes are
+//   merged straight into its one-bit buffer, masked by the drawing limits,
+//   the clip rectangle and the screen's width: the same bits that its
+//   setPixel would set or clear one at a time. Glyph bytes whose screen
+//   coordinates wrap at 65536, glyphs wider than 128 pixels, and every
+//   other screen go through the pixel routine (setPixel per set bit);
 // - without an application (none created yet, or destroyed) a drawer has no
 //   screen and draws nothing, and every font lookup finds nothing.
 //
@@ -130,6 +139,21 @@ public:
     static const unsigned short MAX_Y = 47;
 
 private:
+    friend void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x,
+                            unsigned short y);
+    // Where glyph bits go: straight into a one-bit buffer (base not null)
+    // or through the pixel routine.
+    struct GlyphTarget {
+        unsigned char* base = nullptr;
+        unsigned int stride = 0;
+        unsigned int height = 0;
+        unsigned int width = 0; // the screen's width, at most 8 x stride
+    };
+    GlyphTarget glyphTarget() const;
+    // Draws rows x pitch bytes of one-bit glyph bits with their top-left at
+    // (x, y), set bits in the pen value, exactly as the pixel routine would.
+    void drawGlyphBits(const GlyphTarget& target, const unsigned char* bits, unsigned int rows,
+                       unsigned int pitch, uint16_t x, uint16_t y);
     void walkLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
                   bool dashed);
 

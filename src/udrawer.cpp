@@ -1,6 +1,7 @@
 #include "udrawer.h"
 
 #include <algorithm>
+#include <typeinfo>
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
@@ -11,6 +12,7 @@
 #include "uapplication.h"
 #include "ufontmanager.h"
 #include "uscreenifc.h"
+#include "uscreenzq4.h"
 
 namespace {
 
@@ -31,60 +33,6 @@ int abs16(int16_t v)
 {
     return v < 0 ? -static_cast<int>(v) : static_cast<int>(v);
 }
-
-UFTHBFont lookupFont(const UString& name)
-{
-    UApplication* app = UApplication::instance();
-    if (app == nullptr || app->fontManager() == nullptr)
-        return UFTHBFont();
-    return app->fontManager()->getFont(name);
-}
-
-// A shaped text: a fresh buffer shaped in the application's locale. The
-// buffer is destroyed with the object, whichever way its user ends.
-class ShapedText {
-public:
-    ShapedText(const UFTHBFont& f, const UString& text) : m_buffer(nullptr)
-    {
-        if (f.isNull())
-            return;
-        hb_buffer_t* b = hb_buffer_create();
-        if (b == nullptr || !hb_buffer_allocation_successful(b)) {
-            if (b)
-                hb_buffer_destroy(b);
-            return;
-        }
-        m_buffer = b;
-        adjustBufferForLocale(b);
-        hb_buffer_guess_segment_properties(b);
-        const std::string utf8 = text.toUTF8();
-        hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
-        hb_shape(f.m_font, b, nullptr, 0);
-    }
-    ~ShapedText()
-    {
-        if (m_buffer)
-            hb_buffer_destroy(m_buffer);
-    }
-    ShapedText(const ShapedText&) = delete;
-    ShapedText& operator=(const ShapedText&) = delete;
-
-    unsigned int count() const
-    {
-        return m_buffer ? hb_buffer_get_length(m_buffer) : 0;
-    }
-    const hb_glyph_info_t* infos() const
-    {
-        return hb_buffer_get_glyph_infos(m_buffer, nullptr);
-    }
-    const hb_glyph_position_t* positions() const
-    {
-        return hb_buffer_get_glyph_positions(m_buffer, nullptr);
-    }
-
-private:
-    hb_buffer_t* m_buffer;
-};
 
 } // namespace
 
@@ -126,17 +74,104 @@ void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x, unsigned 
     if (drawer == nullptr || bitmap == nullptr || bitmap->buffer == nullptr || bitmap->rows == 0 ||
         bitmap->pitch <= 0)
         return;
-    const unsigned int pitch = static_cast<unsigned int>(bitmap->pitch);
-    for (unsigned int r = 0; r < bitmap->rows; ++r) {
-        const unsigned char* row = bitmap->buffer + r * pitch;
-        const uint16_t py = static_cast<uint16_t>(y + r);
+    drawer->drawGlyphBits(drawer->glyphTarget(), bitmap->buffer, bitmap->rows,
+                          static_cast<unsigned int>(bitmap->pitch), x, y);
+}
+
+UDrawer::GlyphTarget UDrawer::glyphTarget() const
+{
+    GlyphTarget t;
+    // The LCD screen's own setPixel only sets or clears one bit of its
+    // buffer (one bit a pixel, most significant bit leftmost), so glyph
+    // bytes can go straight into its scan lines. A subclass might do more
+    // in setPixel and gets the pixel routine like any other screen.
+    if (m_screen == nullptr || typeid(*m_screen) != typeid(UScreenZQ4))
+        return t;
+    t.base = m_screen->buffer();
+    t.stride = m_screen->stride();
+    t.height = m_screen->height();
+    t.width = std::min<unsigned int>(m_screen->width(), t.stride * 8u);
+    return t;
+}
+
+void UDrawer::drawGlyphBits(const GlyphTarget& target, const unsigned char* bits,
+                            unsigned int rows, unsigned int pitch, uint16_t x, uint16_t y)
+{
+    if (m_screen == nullptr)
+        return;
+    // Rows and columns that the pixel routine would drop whole: beyond the
+    // drawing limits or outside the clip rectangle.
+    const unsigned int xlo = m_clipRect.getLeft();
+    const unsigned int xhi = std::min<unsigned int>(m_clipRect.getRight(), MAX_X);
+    const unsigned int ylo = m_clipRect.getTop();
+    const unsigned int yhi = std::min<unsigned int>(m_clipRect.getBottom(), MAX_Y);
+    if (xlo > xhi || ylo > yhi)
+        return;
+
+    const unsigned int sx = x + m_translationX; // screen x of the glyph's first column
+    const unsigned int MAX_PITCH = 16;
+    if (target.base != nullptr && pitch <= MAX_PITCH && sx + 8 * pitch - 1 <= 0xFFFFu) {
+        // No coordinate wraps within the glyph (the drawer's is not larger
+        // than the screen's): one mask per byte column keeps the pixels
+        // that pass the limits, the clip and the screen's width, and each
+        // byte is merged in at once.
+        unsigned char mask[MAX_PITCH];
+        unsigned int any = 0;
+        const int screenHi = static_cast<int>(target.width) - 1 - static_cast<int>(m_translationX);
         for (unsigned int b = 0; b < pitch; ++b) {
-            const uint8_t byte = row[b];
+            const int x0 = x + 8 * static_cast<int>(b);
+            const int lo = std::max(x0, static_cast<int>(xlo)) - x0;
+            const int hi = std::min(std::min(x0 + 7, static_cast<int>(xhi)), screenHi) - x0;
+            mask[b] = lo > hi ? 0 : static_cast<unsigned char>((0xFFu >> lo) & (0xFFu << (7 - hi)));
+            any |= mask[b];
+        }
+        if (any == 0)
+            return;
+        const unsigned int shift = sx & 7u;
+        const bool ink = m_pen == 0;
+        for (unsigned int r = 0; r < rows; ++r) {
+            const uint16_t py = static_cast<uint16_t>(y + r);
+            if (py < ylo || py > yhi)
+                continue;
+            const uint16_t sy = static_cast<uint16_t>(py + m_translationY);
+            if (sy >= target.height)
+                continue; // setPixel drops the whole row
+            const unsigned char* src = bits + static_cast<size_t>(r) * pitch;
+            unsigned char* dst = target.base + static_cast<size_t>(sy) * target.stride + (sx >> 3);
+            for (unsigned int b = 0; b < pitch; ++b) {
+                const unsigned int data = src[b] & mask[b];
+                if (data == 0)
+                    continue;
+                // Set bits lie left of the screen's width, so the second
+                // byte is only touched when it is within the row.
+                const unsigned int first = data >> shift;
+                const unsigned int second = (data << (8 - shift)) & 0xFFu;
+                if (ink) {
+                    dst[b] = static_cast<unsigned char>(dst[b] & ~first);
+                    if (second)
+                        dst[b + 1] = static_cast<unsigned char>(dst[b + 1] & ~second);
+                } else {
+                    dst[b] = static_cast<unsigned char>(dst[b] | first);
+                    if (second)
+                        dst[b + 1] = static_cast<unsigned char>(dst[b + 1] | second);
+                }
+            }
+        }
+        return;
+    }
+
+    for (unsigned int r = 0; r < rows; ++r) {
+        const uint16_t py = static_cast<uint16_t>(y + r);
+        if (py < ylo || py > yhi)
+            continue;
+        const unsigned char* src = bits + static_cast<size_t>(r) * pitch;
+        for (unsigned int b = 0; b < pitch; ++b) {
+            const unsigned int byte = src[b];
             if (byte == 0)
                 continue;
             for (int k = 0; k < 8; ++k) {
                 if (byte & (1u << k))
-                    drawer->drawPixel(static_cast<uint16_t>(x + 8 * b + 7 - k), py);
+                    drawPixel(static_cast<uint16_t>(x + 8 * b + 7 - k), py);
             }
         }
     }
@@ -358,33 +393,31 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
         }
     }
 
-    const UFTHBFont f = lookupFont(font);
-    if (f.isNull())
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
         return;
-    ShapedText shaped(f, t);
-    const unsigned int n = shaped.count();
-    if (n == 0)
+    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, t, true);
+    if (shaped == nullptr)
         return;
-    const hb_glyph_info_t* info = shaped.infos();
-    const hb_glyph_position_t* pos = shaped.positions();
+    const unsigned int n = static_cast<unsigned int>(shaped->glyphs.size());
     const UString& units = t;
 
+    const GlyphTarget target = glyphTarget();
     uint16_t penX = x;
     for (unsigned int i = 0; i < n; ++i) {
-        if (FT_Load_Glyph(f.m_face, info[i].codepoint, FT_LOAD_DEFAULT) != 0)
-            return;
-        FT_GlyphSlot slot = f.m_face->glyph;
-        if (FT_Render_Glyph(slot, FT_RENDER_MODE_MONO) != 0)
+        const UFontManager::Glyph& g = *shaped->glyphs[i];
+        if (g.state == UFontManager::Glyph::Failed)
             return;
         int drop = BASELINE;
         if (m_marker && i < units.length() && units[i] >= MARKER_FIRST && units[i] <= MARKER_LAST)
             drop += MARKER_DROP;
-        const uint16_t top = static_cast<uint16_t>(y - slot->bitmap_top + drop);
+        const uint16_t top = static_cast<uint16_t>(y - g.top + drop);
         // A grey bitmap (a font that ignores the mono request) is skipped
         // rather than misread as one bit per pixel.
-        if (slot->bitmap.pixel_mode == FT_PIXEL_MODE_MONO)
-            renderGlyph(this, &slot->bitmap, static_cast<uint16_t>(penX + slot->bitmap_left), top);
-        penX = static_cast<uint16_t>(penX + pos[i].x_advance / 64);
+        if (g.state == UFontManager::Glyph::Ready && g.rows > 0)
+            drawGlyphBits(target, g.bits.data(), g.rows, g.pitch,
+                          static_cast<uint16_t>(penX + g.left), static_cast<uint16_t>(top + g.firstRow));
+        penX = static_cast<uint16_t>(penX + shaped->advances[i]);
     }
 }
 
@@ -398,17 +431,15 @@ void UDrawer::drawIcon(unsigned short icon, unsigned short x, unsigned short y)
 
 unsigned short UDrawer::textWidth(const UString& text, const UString& font)
 {
-    const UFTHBFont f = lookupFont(font);
-    if (f.isNull())
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
         return 0;
-    ShapedText shaped(f, text);
-    const unsigned int n = shaped.count();
-    if (n == 0)
+    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, text, false);
+    if (shaped == nullptr)
         return 0;
-    const hb_glyph_position_t* pos = shaped.positions();
     uint16_t width = 0;
-    for (unsigned int i = 0; i < n; ++i)
-        width = static_cast<uint16_t>(width + pos[i].x_advance / 64);
+    for (int32_t advance : shaped->advances)
+        width = static_cast<uint16_t>(width + advance);
     return width;
 }
 
@@ -422,7 +453,10 @@ unsigned short UDrawer::textWidth(const UString& text)
 
 unsigned short UDrawer::textHeight(const UString& font)
 {
-    const UFTHBFont f = lookupFont(font);
+    UApplication* app = UApplication::instance();
+    if (app == nullptr || app->fontManager() == nullptr)
+        return 0;
+    const UFTHBFont f = app->fontManager()->getFont(font);
     if (f.isNull())
         return 0;
     int height = 0;

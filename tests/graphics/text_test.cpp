@@ -9,6 +9,7 @@
 
 #include <ft2build.h>
 #include FT_FREETYPE_H
+#include <hb.h>
 
 #include "graphics_fixture.h"
 #include "textart.h"
@@ -313,4 +314,77 @@ TEST_F(GraphicsTest, RenderGlyphDrawsWholeBytesMostSignificantBitFirst)
         renderGlyph(&d, b, 0, 0);
     renderGlyph(nullptr, &bm, 0, 0);
     EXPECT_EQ(screen->inkCount(), 0);
+}
+
+// ---------------------------------------------------------------- fonts on disk
+
+// A phone updates its fonts under running phonelets: once loaded, a font
+// no longer depends on its file. Emptying or overwriting the file must
+// neither crash the next draw (FreeType and HarfBuzz read faces lazily) nor
+// change a pixel of text never drawn before.
+TEST_F(GraphicsTest, FontFilesChangedOnDiskAfterLoadingDrawAsBefore)
+{
+    const std::string original = readFile(sourcePath("fonts/utk-text-12.bdf"));
+    const std::string path = writeTemp("update.bdf", original);
+    fonts()->loadFont(path, "updated");
+    fonts()->loadFont(sourcePath("fonts/utk-text-12.bdf"), "intact");
+    UDrawer d;
+    d.setFont("updated");
+    d.drawText("Hi", 0, 0, false);
+    EXPECT_EQ(UDrawer::textWidth("Hi", "updated"), 8);
+
+    const UString fresh("Missed 0123456789 \xC3\xA9t\xC3\xA9 {gjpqy}");
+    const char* updates[] = {"", "STARTFONT 2.1\n"};
+    for (const char* update : updates) {
+        { std::ofstream(path, std::ios::binary | std::ios::trunc) << update; }
+        screen->clear();
+        d.renderText(fresh, "intact", 3, 20);
+        const std::string expected = screen->art();
+        screen->clear();
+        d.renderText(fresh, "updated", 3, 20);
+        EXPECT_EQ(screen->art(), expected) << "file now holds \"" << update << "\"";
+        EXPECT_EQ(UDrawer::textWidth(fresh, "updated"), UDrawer::textWidth(fresh, "intact"));
+        EXPECT_EQ(UDrawer::textHeight("updated"), 12);
+    }
+    std::remove(path.c_str());
+}
+
+// Shaping answers come from a cache, and plain ASCII in a bitmap font from
+// a per-character table: both must match what HarfBuzz answers afresh, for
+// every pair of printable characters, in both toolkit fonts and a font
+// with kerning-free sfnt strikes, in the Latin and the Arabic locale.
+TEST_F(TextTest, ShapingMatchesHarfBuzzAfresh)
+{
+    fonts()->loadFont(sourcePath("tests/fonts/strikes.otb"), "strikes");
+    std::vector<UString> texts;
+    for (unsigned short a = 0x1F; a <= 0x7F; ++a)
+        for (unsigned short b = 0x1F; b <= 0x7F; ++b)
+            texts.push_back(units({a, b}));
+    texts.push_back("Missed call: 0123456789 {[(<>)]} ~ The quick brown fox");
+    texts.push_back(units({'A', 0x301, 'e', 0x20AC, 0xE000}));
+    for (int locale : {UGlobal::Latin, UGlobal::Arabic}) {
+        app->setLocale(static_cast<UGlobal::ULocale>(locale));
+        for (const char* name : {"text", "icons", "strikes"}) {
+            hb_font_t* font = fonts()->getFont(name).m_font;
+            for (int pass = 0; pass < 2; ++pass) // the second pass is served by the cache
+                for (const UString& t : texts) {
+                    hb_buffer_t* b = hb_buffer_create();
+                    adjustBufferForLocale(b);
+                    hb_buffer_guess_segment_properties(b);
+                    hb_buffer_add_utf8(b, t.toUTF8().c_str(), -1, 0, -1);
+                    hb_shape(font, b, nullptr, 0);
+                    unsigned int n = 0;
+                    const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
+                    const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
+                    const UFontManager::Shaped* s = fonts()->shape(name, t, pass == 1);
+                    ASSERT_NE(s, nullptr);
+                    ASSERT_EQ(s->indices.size(), n) << name << " " << t.toUTF8();
+                    for (unsigned int i = 0; i < n; ++i) {
+                        ASSERT_EQ(s->indices[i], info[i].codepoint) << name << " " << t.toUTF8();
+                        ASSERT_EQ(s->advances[i], pos[i].x_advance / 64) << name << " " << t.toUTF8();
+                    }
+                    hb_buffer_destroy(b);
+                }
+        }
+    }
 }

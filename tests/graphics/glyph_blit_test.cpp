@@ -1,0 +1,114 @@
+// Text on the LCD screen itself (a simulated direct-mode device, one bit a
+// pixel), where glyph bytes go straight into the scan lines, against the
+// same drawing through the pixel routine on an in-memory screen: every bit
+// offset, clip edges, translations that wrap, both pens, text running off
+// the screen's right edge, and repeated texts served from the caches.
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "memoryscreen.h"
+#include "simframebuffer.h"
+#include "syshardwareversion.h"
+#include "uapplication.h"
+#include "udrawer.h"
+#include "ufontmanager.h"
+#include "uscreenzq4.h"
+
+namespace {
+
+std::string art(UScreenIfc& s)
+{
+    std::string out;
+    for (unsigned short y = 0; y < s.height(); ++y) {
+        for (unsigned short x = 0; x < s.width(); ++x)
+            out += s.pixel(x, y) ? '.' : '#';
+        out += '\n';
+    }
+    return out;
+}
+
+// Draws every case on the application's screen and answers the picture
+// after each.
+std::vector<std::string> drawCases(UScreenIfc& screen)
+{
+    UFontManager* fonts = UApplication::instance()->fontManager();
+    fonts->loadFont(std::string(UTK_SOURCE_DIR) + "/fonts/utk-text-12.bdf", "text");
+    fonts->loadFont(std::string(UTK_SOURCE_DIR) + "/fonts/utk-icons-10.bdf", "icons");
+    const UString texts[] = {"Missed call: 0123456", "gjpqy WMW |!|", UString(0xE108)};
+    struct Case {
+        unsigned short x, y, tx, ty;
+        URect clip;
+        unsigned char pen;
+    };
+    std::vector<Case> cases;
+    for (unsigned short x = 0; x < 9; ++x) // every bit offset, both through x and translation
+        for (unsigned short tx = 0; tx < 9; tx = static_cast<unsigned short>(tx + 4))
+            cases.push_back({x, 0, tx, 0, URect(0, 0, 199, 48), 0});
+    const URect clips[] = {URect(UPoint(3, 2), UPoint(45, 8)), URect(UPoint(17, 0), UPoint(17, 47)),
+                           URect(UPoint(9, 4), UPoint(200, 60)), URect(UPoint(30, 5), UPoint(20, 9))};
+    for (const URect& c : clips)
+        for (unsigned short x = 1; x < 9; x = static_cast<unsigned short>(x + 3))
+            cases.push_back({x, 0, 5, 3, c, 0});
+    cases.push_back({150, 30, 0, 0, URect(0, 0, 199, 48), 0});   // past x 198 and y 47
+    cases.push_back({2, 0, 180, 20, URect(0, 0, 199, 48), 0});   // past the screen's edge
+    for (unsigned short k = 1; k <= 8; ++k) {
+        const unsigned short wrap = static_cast<unsigned short>(65536 - k);
+        cases.push_back({wrap, 0, 0, 0, URect(0, 0, 199, 48), 0}); // drawer x wraps
+        cases.push_back({9, 0, wrap, 0, URect(0, 0, 199, 48), 0}); // screen x wraps
+    }
+    cases.push_back({3, 65533, 0, 0, URect(0, 0, 199, 48), 0}); // top row wraps
+    cases.push_back({11, 1, 65535, 65535, URect(0, 0, 199, 48), 0});
+    for (unsigned short x = 0; x < 8; x = static_cast<unsigned short>(x + 3))
+        cases.push_back({x, 4, 1, 0, URect(UPoint(2, 0), UPoint(150, 40)), 255});
+
+    std::vector<std::string> pictures;
+    for (const Case& c : cases) {
+        for (int pass = 0; pass < 2; ++pass) { // the second pass hits the caches
+            for (unsigned short y = 0; y < screen.height(); ++y)
+                for (unsigned short x = 0; x < screen.width(); ++x)
+                    screen.setPixel(x, y, c.pen == 0 ? 255 : ((x / 3 + y) % 3 ? 0 : 255));
+            UDrawer d;
+            d.setFont("text");
+            d.setPen(c.pen);
+            d.setClipRect(c.clip);
+            d.translate(c.tx, c.ty);
+            for (int i = 0; i < 2; ++i)
+                d.drawText(texts[i], c.x, static_cast<unsigned short>(c.y + 13 * i), false);
+            d.drawIcon(0xE108, static_cast<unsigned short>(c.x + 7), static_cast<unsigned short>(c.y + 26));
+            pictures.push_back(art(screen));
+        }
+    }
+    return pictures;
+}
+
+} // namespace
+
+TEST(GlyphBlitTest, LcdScreenGetsThePixelsOfThePixelRoutine)
+{
+    SysHardwareVersion::setModel(SysHardwareVersion::MODEL_DEFAULT);
+    for (unsigned short width : {199, 162}) {
+        std::vector<std::string> expected;
+        {
+            UApplication app("BlitReference", new MemoryScreen(width, 48), UApplication::UIMode(0));
+            expected = drawCases(*app.screen());
+        }
+        SimFramebuffer::setShmName("/utk-glyph-blit-" + std::to_string(getpid()));
+        ASSERT_TRUE(SimFramebuffer::configure("ST7529 FB", width, 48, 1));
+        std::vector<std::string> actual;
+        {
+            testing::internal::CaptureStdout(); // the screen's "Actual ..." line
+            UApplication app("BlitLcd", new UScreenZQ4, UApplication::UIMode(0));
+            testing::internal::GetCapturedStdout();
+            ASSERT_NE(app.screen()->buffer(), nullptr);
+            actual = drawCases(*app.screen());
+        }
+        SimFramebuffer::remove();
+        ASSERT_EQ(actual.size(), expected.size());
+        for (size_t i = 0; i < expected.size(); ++i)
+            ASSERT_EQ(actual[i], expected[i]) << "width " << width << ", case " << i / 2 << ", pass " << i % 2;
+    }
+}
