@@ -1,7 +1,8 @@
 // Fixture for the framebuffer screen on the simulated LCD: a private
 // memory file per test process, the System V segment 200555 removed before
-// and after every test, and access to the device memory as 8-, 16- and
-// 32-bit units.
+// and after every test, access to the device memory as 8-, 16- and 32-bit
+// units, and a switch that makes shmat() fail (the test program's own
+// shmat() stands in for the C library's, see screen_shmat.cpp).
 #ifndef UTK_TESTS_SCREEN_FIXTURE_H
 #define UTK_TESTS_SCREEN_FIXTURE_H
 
@@ -18,6 +19,9 @@
 #include "simframebuffer.h"
 #include "syshardwareversion.h"
 #include "uscreenzq4.h"
+
+// errno for every shmat() of this process from now on; 0 lets it through.
+void failShmat(int error);
 
 inline void removeSegment()
 {
@@ -50,6 +54,7 @@ protected:
     void TearDown() override
     {
         screen.reset();
+        failShmat(0);
         removeSegment();
         SimFramebuffer::clearFailures();
         SimFramebuffer::remove();

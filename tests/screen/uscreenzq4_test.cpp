@@ -330,13 +330,14 @@ TEST_F(ScreenTest, SmallerDevicesAreClippedNeverOverrun)
 
 // ---- failures ---------------------------------------------------------------
 
-TEST_F(ScreenTest, MissingDeviceOrTooSmallSegmentWritesNowhere)
+TEST_F(ScreenTest, WithoutDeviceOrSegmentNothingIsWritten)
 {
     auto expectWritesNowhere = [this] {
         EXPECT_EQ(screen->buffer(), nullptr);
         EXPECT_EQ(screen->scanLine(0), nullptr);
         screen->setPixel(0, 0, 0);
         EXPECT_TRUE(screen->fill(0, 0, 0x00, 100));
+        EXPECT_TRUE(screen->fillRect(0, 0, 100, 10, 0));
         EXPECT_EQ(screen->pixel(0, 0), 255);
         EXPECT_EQ(flushCapturingErr(), "");
         EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
@@ -350,10 +351,28 @@ TEST_F(ScreenTest, MissingDeviceOrTooSmallSegmentWritesNowhere)
     EXPECT_FALSE(segmentExists());
     expectWritesNowhere();
 
+    // Without a segment construction still runs every step to its last line.
     SimFramebuffer::clearFailures();
     ASSERT_NE(makeSegment(100, 0x11), nullptr);
     create();
-    EXPECT_EQ(out.substr(out.find('\n') + 1), "shnmget failed 22 Invalid argument\n");
+    EXPECT_EQ(out.substr(out.find('\n') + 1),
+              "shnmget failed 22 Invalid argument\nshmat failed 22 Invalid argument\n"
+              "Emulated video: x=192 y=48 s=1152 pix=1\n");
+    expectWritesNowhere();
+
+    // The segment is there but cannot be attached, in both modes that use it.
+    removeSegment();
+    failShmat(ENOMEM);
+    create();
+    EXPECT_EQ(out.substr(out.find('\n') + 1),
+              "shmat failed 12 Cannot allocate memory\nEmulated video: x=192 y=48 s=1152 pix=1\n");
+    expectWritesNowhere();
+    ASSERT_TRUE(SimFramebuffer::configure("st7525fb", 199, 48, 1));
+    removeSegment();
+    create();
+    EXPECT_EQ(out.substr(out.find('\n') + 1),
+              "shmat failed 12 Cannot allocate memory\n"
+                  + format("Buffered video: x=199 y=48 l:25, s=1200 pix=1 @ 0x%p\n", nullptr));
     expectWritesNowhere();
 }
 
