@@ -1,5 +1,6 @@
 // The framebuffer screen on the simulated LCD: its three modes, the pixel
-// and fill routines, the four flush conversions and failures of the device.
+// and fill routines and failures of the device and the segment (the
+// conversions are in flush_test.cpp, filled rectangles in fill_test.cpp).
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -207,127 +208,6 @@ TEST_F(ScreenTest, ScanLineHwTriplesEveryPixel)
     EXPECT_EQ(dst[30], 0x1234);
 }
 
-// ---- flush conversions ------------------------------------------------------
-
-TEST_F(ScreenTest, Flush32CentresTheImageWithInvertedColours)
-{
-    open("utksim", 320, 240, 32, 0, 1152);
-    inkOnly(0, 0);
-    screen->setPixel(191, 47, 0);
-    screen->flush();
-    // The image's corners at (64, 96) and (255, 143); nothing around it.
-    EXPECT_EQ(mem32(96 * 320 + 64), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(96 * 320 + 65), 0xFF000000u);
-    EXPECT_EQ(mem32(143 * 320 + 255), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(143 * 320 + 254), 0xFF000000u);
-    for (size_t outside : {96 * 320 + 63, 95 * 320 + 64, 143 * 320 + 256, 144 * 320 + 255})
-        EXPECT_EQ(mem32(outside), 0u) << outside;
-    size_t written = 0;
-    for (size_t i = 0; i < 320 * 240; ++i)
-        written += mem32(i) != 0;
-    EXPECT_EQ(written, 192u * 48u);
-    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
-
-    // On a device as wide as the image it takes the top left corner.
-    open("utksim", 192, 100, 32, 0, 1152);
-    inkOnly(0, 0);
-    screen->flush();
-    EXPECT_EQ(mem32(0), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(1), 0xFF000000u);
-    EXPECT_EQ(mem32(47 * 192 + 191), 0xFF000000u);
-    EXPECT_EQ(mem32(48 * 192), 0u);
-}
-
-TEST_F(ScreenTest, Flush32ConvertsTheSpareBitsAndSpacesRowsByXres)
-{
-    // 199 pixels in 25 bytes: 200 pixels a row are converted. The line
-    // length is padded; rows still go xres pixels apart.
-    SysHardwareVersion::setModel(62);
-    open("utksim", 320, 240, 32, 1344, 1200);
-    inkOnly(0, 1);
-    screen->buffer()[1 * 25 + 24] = 0xFE; // the spare pixel 199 of row 1 is ink
-    screen->flush();
-    EXPECT_EQ(mem32(97 * 320 + 60), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(97 * 320 + 258), 0xFF000000u);
-    EXPECT_EQ(mem32(97 * 320 + 259), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(97 * 320 + 260), 0u);
-    EXPECT_EQ(mem32(96 * 320 + 59), 0u);
-}
-
-TEST_F(ScreenTest, Flush24UsesLineLengthAndThreeEqualBytes)
-{
-    open("utksim", 320, 240, 24, 1000, 1152);
-    fillMemory(0x55);
-    inkOnly(1, 0);
-    screen->flush();
-    const unsigned char* m = mem8() + 96 * 1000 + 64 * 3;
-    const unsigned char expect[9] = {0xFF, 0xFF, 0xFF, 0, 0, 0, 0xFF, 0xFF, 0xFF};
-    EXPECT_EQ(memcmp(m, expect, 9), 0);
-    EXPECT_EQ(m[-1], 0x55);
-    EXPECT_EQ(m[192 * 3], 0x55);
-    EXPECT_EQ(mem8()[143 * 1000 + 64 * 3 + 191 * 3 + 2], 0xFF);
-    EXPECT_EQ(mem8()[144 * 1000 + 64 * 3], 0x55);
-}
-
-TEST_F(ScreenTest, Flush16MagnifiesThreeTimesAndTakesExactlyXresPixels)
-{
-    SysHardwareVersion::setModel(49); // 162 x 48 in 21-byte rows
-    open("utksim", 640, 200, 16, 0, 1008);
-    fillMemory(0x55);
-    inkOnly(0, 0);
-    screen->flush();
-    const size_t x0 = (640 - 486) / 2, y0 = (200 - 144) / 2; // (77, 28)
-    for (size_t dy = 0; dy < 3; ++dy)
-        for (size_t dx = 0; dx < 6; ++dx)
-            EXPECT_EQ(mem16((y0 + dy) * 640 + x0 + dx), dx < 3 ? 0x0000 : 0xFFFF) << dx << "," << dy;
-    EXPECT_EQ(mem16((y0 + 3) * 640 + x0), 0xFFFF);
-    EXPECT_EQ(mem16(y0 * 640 + x0 - 1), 0x5555);
-    EXPECT_EQ(mem16((y0 - 1) * 640 + x0), 0x5555);
-    EXPECT_EQ(mem16((y0 + 143) * 640 + x0 + 485), 0xFFFF);
-    EXPECT_EQ(mem16((y0 + 143) * 640 + x0 + 486), 0x5555);
-    EXPECT_EQ(mem16((y0 + 144) * 640 + x0), 0x5555);
-}
-
-TEST_F(ScreenTest, OtherDepthsAreNeverUpdated)
-{
-    open("utksim", 320, 240, 8, 0, 1152);
-    inkOnly(5, 5);
-    screen->flush();
-    EXPECT_TRUE(memoryUntouched());
-    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
-}
-
-TEST_F(ScreenTest, SmallerDevicesAreClippedNeverOverrun)
-{
-    // Each device is too small for the image; the line lengths of the last
-    // two are too short even for their own width, so rows spaced by xres
-    // would run past the mapping (and past the end of the memory file).
-    struct Case { uint32_t w, h, bpp, line; };
-    const Case cases[] = {{100, 30, 32, 0}, {100, 30, 32, 200}, {100, 50, 16, 0},
-                          {150, 20, 24, 301}, {10, 10, 16, 4}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.w) + "x" + std::to_string(c.h) + "@" + std::to_string(c.bpp));
-        screen.reset();
-        open("utksim", c.w, c.h, c.bpp, c.line, 1152);
-        ASSERT_NE(screen->buffer(), nullptr);
-        inkOnly(0, 0);
-        screen->flush();
-        if (c.bpp == 32)
-            EXPECT_EQ(mem32(0), 0xFFFFFFFFu);
-        else if (c.bpp == 16)
-            EXPECT_EQ(mem16(0), 0x0000);
-        else
-            EXPECT_EQ(mem8()[3], 0xFF);
-    }
-    // 16 bpp on 100 x 50: 33 whole pixels (99 columns) and 50 rows.
-    screen.reset();
-    open("utksim", 100, 50, 16, 0, 1152);
-    inkOnly(191, 47);
-    screen->flush();
-    EXPECT_EQ(mem16(49 * 100 + 98), 0xFFFF);
-    EXPECT_EQ(mem16(49 * 100 + 99), 0x0000) << "a partial magnified pixel is not drawn";
-}
-
 // ---- failures ---------------------------------------------------------------
 
 TEST_F(ScreenTest, WithoutDeviceOrSegmentNothingIsWritten)
@@ -398,4 +278,26 @@ TEST_F(ScreenTest, FailedMappingAndScreenInfoMessages)
         screen.reset();
         EXPECT_EQ(SimFramebuffer::openDevices(), 0) << "the descriptor is closed";
     }
+}
+
+TEST_F(ScreenTest, SimulatorNamesEveryRefusedSetting)
+{
+    const struct { const char* id; uint32_t w, h, bpp, line; const char* lines; } cases[] = {
+        {"utksim", 320, 240, 15, 0, "utksimfb: bitsPerPixel=15 refused (accepted: 1, 8, 16, 24 or 32)\n"},
+        {"utksim", 0, 9000, 32, 0,
+         "utksimfb: xres=0 refused (accepted: 1 to 8192)\nutksimfb: yres=9000 refused (accepted: 1 to 8192)\n"},
+        {"utksim", 8192, 8192, 32, 32769,
+         "utksimfb: lineLength=32769 refused: 8192 rows of it make 268443648 bytes (accepted: at most "
+         "268435456)\n"},
+        {"abcdefghijklmnopq", 320, 240, 32, 0,
+         "utksimfb: id=abcdefghijklmnopq refused: 17 characters (accepted: at most 16)\n"},
+    };
+    for (const auto& c : cases) {
+        ::testing::internal::CaptureStderr();
+        EXPECT_FALSE(SimFramebuffer::configure(c.id, c.w, c.h, c.bpp, c.line));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), c.lines);
+    }
+    ::testing::internal::CaptureStderr();
+    EXPECT_TRUE(SimFramebuffer::configure("abcdefghijklmnop", 1, 8192, 1));
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
