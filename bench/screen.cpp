@@ -182,8 +182,36 @@ void BM_MemsetReference(benchmark::State& state)
 
 const int REPETITIONS = 9;
 
+// memcpy of the same bytes laid out as flush lays them out: row by row at
+// the device's row spacing (one block at 1 bpp).
+void BM_RowMemcpy(benchmark::State& state)
+{
+    UScreenZQ4* screen = openScreen(state.range(0));
+    if (!screen) {
+        state.SkipWithError("no simulated screen");
+        return;
+    }
+    struct Layout { size_t first, rows, bytes, spacing; };
+    Layout l;
+    switch (state.range(0)) {
+    case 32: l = {(96 * 320 + 64) * 4, 48, 192 * 4, 320 * 4}; break;
+    case 24: l = {96 * 960 + 64 * 3, 48, 192 * 3, 960}; break;
+    case 1: l = {0, 1, 25 * 48, 0}; break;
+    default: l = {0, 144, 318 * 2, 640}; break;
+    }
+    std::vector<unsigned char> src(l.rows * l.bytes, 0x5A);
+    unsigned char* dst = SimFramebuffer::memory();
+    for (auto _ : state) {
+        for (size_t r = 0; r < l.rows; ++r)
+            memcpy(dst + l.first + r * l.spacing, src.data() + r * l.bytes, l.bytes);
+        benchmark::ClobberMemory();
+    }
+    closeScreen(screen);
+}
+
 BENCHMARK(BM_Flush)->Arg(1)->Arg(16)->Arg(24)->Arg(32)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_Memcpy)->Arg(1)->Arg(16)->Arg(24)->Arg(32)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+BENCHMARK(BM_RowMemcpy)->Arg(16)->Arg(24)->Arg(32)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_SetPixelReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_MemsetReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
@@ -205,6 +233,8 @@ int main(int argc, char** argv)
     fprintf(stderr, "\n");
     for (const char* bpp : {"1", "16", "24", "32"})
         reporter.ratio(std::string("BM_Flush/") + bpp, std::string("BM_Memcpy/") + bpp, stderr);
+    for (const char* bpp : {"16", "24", "32"})
+        reporter.ratio(std::string("BM_Flush/") + bpp, std::string("BM_RowMemcpy/") + bpp, stderr);
     reporter.ratio("BM_DrawerFillRect", "BM_SetPixelReference", stderr);
     reporter.ratio("BM_DrawerFillRect", "BM_MemsetReference", stderr);
     benchmark::Shutdown();

@@ -65,10 +65,10 @@
 //
 // Conversions: each depth builds its own expansion table (every byte of the
 // buffer as its device pixels) on its first flush, so a one-bit display
-// never builds any. At 16 bits per pixel a buffer row is converted once
-// into its first device row and the two magnified copies are copied from
-// it. On x86-64 processors with AVX2 the table copies use 32-byte stores
-// (chosen at run time); the output is the same on every processor.
+// never builds any. On x86-64 processors with AVX2 (checked at run time)
+// the conversions write 32-byte stores: the 32-bit table rows whole, and
+// the 24- and 16-bit pixels spread from the buffer bits by byte shuffles,
+// 96 device bytes at a time; the output is the same on every processor.
 #ifndef USCREENZQ4_H
 #define USCREENZQ4_H
 

@@ -617,23 +617,18 @@ void UScreenZQ4::flush()
             wanted = vinfo_ram.xres;
         if (wanted > bitsPerRow)
             wanted = static_cast<uint32_t>(bitsPerRow);
-        // Each buffer row is converted into its first device row; the two
-        // rows below are copies of it (never longer: the mapping's room
-        // only shrinks further down).
+        // Each buffer row is converted three times: converting beats
+        // copying the first device row (memcpy of rows this short is
+        // slower than the conversion's own stores).
         for (uint32_t r = 0; r < rows; ++r) {
             unsigned char* src = s_drawBuffer + static_cast<size_t>(r) * rowBytes;
-            const unsigned short* converted = nullptr;
             for (uint32_t k = 0; k < 3; ++k) {
                 const uint64_t y = static_cast<uint64_t>(y0) + 3u * r + k;
                 if (y >= devH)
                     return;
                 const uint64_t start = y * devW + x0;
                 const uint32_t count = fitInMapping(start * 2, 6, wanted);
-                if (converted)
-                    memcpy(dev + start, converted, static_cast<size_t>(count) * 6);
-                else
-                    scan_line_hw(static_cast<int>(count), src, dev + start);
-                converted = dev + start;
+                scan_line_hw(static_cast<int>(count), src, dev + start);
             }
         }
         break;
