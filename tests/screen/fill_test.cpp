@@ -10,27 +10,15 @@
 
 namespace {
 
-// The application's screen: forwards everything to the framebuffer screen,
-// and its filled rectangles too while `fast` is set. Otherwise it keeps the
-// interface's default, so the drawer falls back to setPixel().
-class SwitchScreen : public UScreenIfc {
+// The framebuffer screen that takes filled rectangles only while `fast` is
+// set; otherwise the drawer falls back to setPixel().
+class SwitchScreen : public UScreenZQ4 {
 public:
-    explicit SwitchScreen(UScreenZQ4* s) : real(s) {}
-    ~SwitchScreen() override { delete real; }
-    unsigned short width() const override { return real->width(); }
-    unsigned short height() const override { return real->height(); }
-    unsigned short stride() const override { return real->stride(); }
-    unsigned char* buffer() override { return real->buffer(); }
-    unsigned char* scanLine(unsigned short y) override { return real->scanLine(y); }
-    unsigned char pixel(unsigned short x, unsigned short y) const override { return real->pixel(x, y); }
-    void setPixel(unsigned short x, unsigned short y, unsigned char v) override { real->setPixel(x, y, v); }
-    bool fill(unsigned short x, unsigned short y, unsigned char v, int n) override { return real->fill(x, y, v, n); }
     bool fillRect(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
                   unsigned char v) override
     {
-        return fast && real->fillRect(x1, y1, x2, y2, v);
+        return fast && UScreenZQ4::fillRect(x1, y1, x2, y2, v);
     }
-    UScreenZQ4* real;
     bool fast = true;
 };
 
@@ -54,7 +42,10 @@ TEST_F(ScreenTest, FastFillSetsExactlyThePixelsOfThePixelPath)
         SCOPED_TRACE(g.id + std::string(" ") + std::to_string(g.w));
         SysHardwareVersion::setModel(g.model);
         open(g.id, g.w, g.h, 1, g.line, g.segment);
-        SwitchScreen* sw = new SwitchScreen(screen.release());
+        screen.reset(); // the application owns the screen under test
+        ::testing::internal::CaptureStdout();
+        SwitchScreen* sw = new SwitchScreen;
+        ::testing::internal::GetCapturedStdout();
         UApplication app("FillTest", sw, UApplication::UIMode(0));
         ASSERT_NE(sw->buffer(), nullptr);
         const size_t size = static_cast<size_t>(sw->stride()) * sw->height();

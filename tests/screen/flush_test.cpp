@@ -115,13 +115,6 @@ TEST_F(ScreenTest, FlushPicturesByHand)
     for (size_t outside : {96 * 320 + 63, 95 * 320 + 64, 143 * 320 + 256, 144 * 320 + 255})
         EXPECT_EQ(mem32(outside), 0u) << outside;
 
-    // 24 bpp: three equal bytes a pixel, rows line_length apart.
-    open("utksim", 320, 240, 24, 1000, 1152);
-    inkOnly(1, 0);
-    screen->flush();
-    const unsigned char expect[9] = {0xFF, 0xFF, 0xFF, 0, 0, 0, 0xFF, 0xFF, 0xFF};
-    EXPECT_EQ(memcmp(mem8() + 96 * 1000 + 64 * 3, expect, 9), 0);
-
     // 16 bpp: one buffer pixel is a 3 x 3 block; 162 x 48 at (77, 28).
     SysHardwareVersion::setModel(49);
     open("utksim", 640, 200, 16, 0, 1008);

@@ -6,6 +6,7 @@
 #ifndef UTK_TESTS_SCREEN_FIXTURE_H
 #define UTK_TESTS_SCREEN_FIXTURE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -93,14 +94,9 @@ protected:
     unsigned char* mem8() { return SimFramebuffer::memory(); }
     uint16_t mem16(size_t i) { uint16_t v; memcpy(&v, mem8() + 2 * i, 2); return v; }
     uint32_t mem32(size_t i) { uint32_t v; memcpy(&v, mem8() + 4 * i, 4); return v; }
-    void fillMemory(unsigned char v) { memset(mem8(), v, SimFramebuffer::memorySize()); }
-    // Whether the whole device memory is still zero.
-    bool memoryUntouched()
+    bool memoryUntouched() // still all zero
     {
-        for (size_t i = 0; i < SimFramebuffer::memorySize(); ++i)
-            if (mem8()[i] != 0)
-                return false;
-        return true;
+        return std::all_of(mem8(), mem8() + SimFramebuffer::memorySize(), [](unsigned char b) { return b == 0; });
     }
     // Buffer all background but for ink at (x, y).
     void inkOnly(unsigned short x, unsigned short y)

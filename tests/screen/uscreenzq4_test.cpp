@@ -41,11 +41,10 @@ TEST_F(ScreenTest, EmulatedGeometryFollowsTheModel)
         SCOPED_TRACE(c.model);
         SysHardwareVersion::setModel(c.model);
         open("utksim", 320, 240, 32, 0, static_cast<size_t>(c.s) * 48);
-        EXPECT_EQ(screen->width(), c.w);
-        EXPECT_EQ(screen->height(), 48);
-        EXPECT_EQ(screen->stride(), c.s);
+        EXPECT_EQ(screen->width() * 100 + screen->height(), c.w * 100 + 48);
         ASSERT_NE(screen->buffer(), nullptr);
-        EXPECT_EQ(screen->scanLine(3), screen->buffer() + 3 * c.s);
+        EXPECT_EQ(screen->scanLine(3), screen->buffer() + 3 * screen->stride());
+        EXPECT_EQ(screen->stride(), c.s);
         const std::string actual = "Actual utksim  video: x=320 y=240 s=307200 pix=32 line=1280 (utksim) @ 0x";
         EXPECT_EQ(out.compare(0, actual.size(), actual), 0) << out;
         EXPECT_NE(out.find(c.line), std::string::npos) << out;
@@ -61,25 +60,18 @@ TEST_F(ScreenTest, EmulatedGeometryFollowsTheModel)
     EXPECT_TRUE(segmentExists());
 }
 
-TEST_F(ScreenTest, NewSegmentHasNoPermissionBitsAndEmulatedModeKeepsItsContents)
+TEST_F(ScreenTest, NewSegmentHasNoPermissionBitsAndKeepsItsContents)
 {
     ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
     create();
-    const int id = shmget(UScreenZQ4::SHM_KEY, 0, 0);
-    ASSERT_GE(id, 0);
     shmid_ds ds;
-    ASSERT_EQ(shmctl(id, IPC_STAT, &ds), 0);
+    ASSERT_EQ(shmctl(shmget(UScreenZQ4::SHM_KEY, 0, 0), IPC_STAT, &ds), 0);
     EXPECT_EQ(ds.shm_segsz, 1152u);
     EXPECT_EQ(ds.shm_perm.mode & 0777, 0u);
-    if (geteuid() != 0) {
-        EXPECT_NE(out.find("shmat failed 13 Permission denied\n"), std::string::npos) << out;
-        EXPECT_EQ(screen->buffer(), nullptr);
-        return;
-    }
-    // A second screen finds the segment and leaves what is drawn there.
+    if (geteuid() != 0)
+        return; // attaching it is refused then: see WithoutDeviceOrSegmentNothingIsWritten
     screen->fill(0, 0, 0xA5, 1152);
-    create();
-    ASSERT_NE(screen->buffer(), nullptr);
+    create(); // a second screen finds it and leaves what is drawn there
     EXPECT_EQ(screen->buffer()[0], 0xA5);
     EXPECT_EQ(screen->buffer()[1151], 0xA5);
 }
@@ -125,9 +117,6 @@ TEST_F(ScreenTest, DirectModeDrawsOnTheDeviceAndFlushOnlySyncs)
     EXPECT_EQ(out, format("Actual ST7529 FB  video: x=240 y=160 s=4800 pix=1 line=30 (ST7529 FB) @ 0x%p\n",
                           screen->buffer()));
     EXPECT_FALSE(segmentExists());
-    EXPECT_EQ(screen->width(), 240);
-    EXPECT_EQ(screen->stride(), 30);
-
     screen->setPixel(9, 1, 1);
     EXPECT_EQ(mem8()[31], 0x40) << "the buffer is the device memory";
     const std::vector<unsigned char> before(mem8(), mem8() + 4800);
@@ -159,12 +148,11 @@ TEST_F(ScreenTest, SetPixelAndPixelAtBitLevel)
         EXPECT_EQ(screen->pixel(s.x, s.y), s.value ? 1 : 0);
     }
     const std::vector<unsigned char> before(b, b + 1152);
-    screen->setPixel(192, 0, 0);
-    screen->setPixel(0, 48, 0);
-    screen->setPixel(65535, 65535, 0);
+    for (auto p : {std::make_pair(192, 0), std::make_pair(0, 48), std::make_pair(65535, 65535)}) {
+        screen->setPixel(p.first, p.second, 0);
+        EXPECT_EQ(screen->pixel(p.first, p.second), 255);
+    }
     EXPECT_EQ(std::vector<unsigned char>(b, b + 1152), before);
-    EXPECT_EQ(screen->pixel(192, 0), 255);
-    EXPECT_EQ(screen->pixel(0, 48), 255);
 }
 
 TEST_F(ScreenTest, FillWritesWholeBytesUpToTheEndOfTheBuffer)
@@ -195,13 +183,10 @@ TEST_F(ScreenTest, FillWritesWholeBytesUpToTheEndOfTheBuffer)
 TEST_F(ScreenTest, ScanLineHwTriplesEveryPixel)
 {
     unsigned char src[2] = {0xA0, 0x80};
-    unsigned short dst[31];
-    for (unsigned short& d : dst)
-        d = 0x1234;
-    UScreenZQ4::scan_line_hw(0, src, dst);
+    unsigned short dst[31] = {};
+    dst[0] = dst[30] = 0x1234;
     UScreenZQ4::scan_line_hw(-3, src, dst);
-    EXPECT_EQ(dst[0], 0x1234);
-    UScreenZQ4::scan_line_hw(10, src, dst);
+    UScreenZQ4::scan_line_hw(10, src + 0, dst);
     const unsigned short expect[10] = {0xFFFF, 0, 0xFFFF, 0, 0, 0, 0, 0, 0xFFFF, 0};
     for (int i = 0; i < 30; ++i)
         ASSERT_EQ(dst[i], expect[i / 3]) << i;
@@ -297,7 +282,5 @@ TEST_F(ScreenTest, SimulatorNamesEveryRefusedSetting)
         EXPECT_FALSE(SimFramebuffer::configure(c.id, c.w, c.h, c.bpp, c.line));
         EXPECT_EQ(::testing::internal::GetCapturedStderr(), c.lines);
     }
-    ::testing::internal::CaptureStderr();
-    EXPECT_TRUE(SimFramebuffer::configure("abcdefghijklmnop", 1, 8192, 1));
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+    EXPECT_TRUE(SimFramebuffer::configure("abcdefghijklmnop", 1, 8192, 1)); // all at their limits
 }
