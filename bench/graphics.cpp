@@ -4,9 +4,8 @@
 // holds; plain ASCII, and with an accented letter that takes every line
 // through HarfBuzz) and repeated (the same line every time: a clock, a list row
 // repainted), against plain FreeType rendering the same glyph indices
-// straight into a one-bit buffer; and a full-screen fillRect against the
-// screen's own setPixel over the same pixels and against a plain memset of
-// the buffer.
+// straight into a one-bit buffer. (Filled rectangles are measured on the
+// framebuffer screen itself, in the screen benchmark.)
 // Each pair runs in the same program; the report ends with the medians and
 // their ratios.
 #include <cstdio>
@@ -192,48 +191,12 @@ void BM_FreeTypeReference(benchmark::State& state)
     FT_Done_FreeType(lib);
 }
 
-void BM_DrawerFillRect(benchmark::State& state)
-{
-    fixture();
-    UDrawer d;
-    d.setBrush(0);
-    for (auto _ : state) {
-        d.fillRect(0, 0, 198, 47);
-        benchmark::ClobberMemory();
-    }
-}
-
-// The floor of any per-pixel path: the screen's own setPixel for every
-// pixel of the drawing area, with no limits, clip or translation.
-void BM_SetPixelReference(benchmark::State& state)
-{
-    UScreenIfc& s = *fixture().screen;
-    for (auto _ : state) {
-        for (unsigned short y = 0; y <= 47; ++y)
-            for (unsigned short x = 0; x <= 198; ++x)
-                s.setPixel(x, y, 0);
-        benchmark::ClobberMemory();
-    }
-}
-
-void BM_MemsetReference(benchmark::State& state)
-{
-    UScreenIfc& s = *fixture().screen;
-    for (auto _ : state) {
-        std::memset(s.buffer(), 0x00, static_cast<size_t>(s.stride()) * s.height());
-        benchmark::ClobberMemory();
-    }
-}
-
 const int REPETITIONS = 9;
 
 BENCHMARK(BM_DrawerText)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_DrawerTextHarfBuzz)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_DrawerTextRepeated)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 BENCHMARK(BM_FreeTypeReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
-BENCHMARK(BM_DrawerFillRect)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
-BENCHMARK(BM_SetPixelReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
-BENCHMARK(BM_MemsetReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
 
 } // namespace
 
@@ -242,8 +205,6 @@ int main(int argc, char** argv)
     const int rc = runBenchmarksWithRatios(argc, argv, {
         {"BM_DrawerText", "BM_FreeTypeReference"},
         {"BM_DrawerTextHarfBuzz", "BM_FreeTypeReference"},
-        {"BM_DrawerTextRepeated", "BM_FreeTypeReference"},
-        {"BM_DrawerFillRect", "BM_SetPixelReference"},
-        {"BM_DrawerFillRect", "BM_MemsetReference"}});
+        {"BM_DrawerTextRepeated", "BM_FreeTypeReference"}});
     return rc;
 }

@@ -28,6 +28,13 @@
 // axis runs in the positive direction, so a line and its reverse cover the
 // same pixels.
 //
+// Filled rectangles are clipped once as a block and then offered to the
+// screen's fillRect() in screen coordinates (split where the translation
+// wraps past 65535). A screen that takes them (the toolkit's framebuffer
+// screen writes whole bytes with masked ends) sets the same pixels the
+// pixel routine would; one that answers false, as UScreenIfc's default
+// does, gets the usual setPixel() calls in row-major order.
+//
 // Dashed lines start with a full run at (x1, y1): runs of black-count drawn
 // pixels separated by white-count skipped ones (a fixed gap adjustment of 1
 // is part of the counting).
@@ -154,6 +161,7 @@ private:
     // (x, y), set bits in the pen value, exactly as the pixel routine would.
     void drawGlyphBits(const GlyphTarget& target, const unsigned char* bits, unsigned int rows,
                        unsigned int pitch, uint16_t x, uint16_t y);
+    bool fillOnScreen(unsigned int left, unsigned int top, unsigned int right, unsigned int bottom);
     void walkLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
                   bool dashed);
 

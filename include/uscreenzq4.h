@@ -22,14 +22,21 @@
 // a clear bit ink (dark).
 //
 // Trouble handling:
-// - When the device cannot be opened or mapped, or the segment cannot be
-//   found, created or attached, the screen has no drawing buffer. m_enabled
-//   stays true, but setPixel(), fill() and flush() check for a missing
-//   buffer (and flush() for a missing device mapping) and then do nothing;
-//   pixel() answers 255 and buffer()/scanLine() answer a null pointer. When
-//   no segment could be had, attaching is not tried and the "Buffered
-//   video"/"Emulated video" line is not printed: the failure line is the
-//   one diagnostic.
+// - When the device cannot be opened or mapped, construction ends there
+//   and the screen has no drawing buffer. When the segment cannot be found,
+//   created or attached, construction goes on through every step: the
+//   "shnmget failed" line (when getting failed; attaching is then still
+//   tried with the invalid id and reports "shmat failed 22 Invalid
+//   argument"), the "shmat failed" line, and the "Buffered video" or
+//   "Emulated video" line, which shows the null buffer address. A buffered
+//   screen skips filling the missing segment. m_enabled stays true, but
+//   every operation that reaches the buffer (setPixel(), fill(),
+//   fillRect(), flush()) checks for a missing buffer (and flush() for a
+//   missing device mapping) and then does nothing; pixel() answers 255
+//   and buffer()/scanLine() answer a null pointer.
+// - A failed screen-information request is reported with perror() and
+//   construction goes on with the zeroed information, which then fails
+//   the mapping.
 // - A mapping length (line_length x yres) that is zero or does not fit in
 //   the address space counts as a failed mapping.
 // - A segment of key 200555 that already exists with a smaller size than
@@ -50,6 +57,18 @@
 //   destroyed screen forgets the addresses it had set, so a later screen in
 //   the same process never reaches a released mapping. The screen also
 //   keeps its own mapping length for the unmap in its destructor.
+//
+// Filled rectangles: fillRect() takes the drawer's blocks in whole bytes
+// (masked first and last byte of each row, plain stores in between), with
+// the same limits as setPixel(): columns below xres and inside the row's
+// line_length, rows below yres.
+//
+// Conversions: each depth builds its own expansion table (every byte of the
+// buffer as its device pixels) on its first flush, so a one-bit display
+// never builds any. On x86-64 processors with AVX2 (checked at run time)
+// the conversions write 32-byte stores: the 32-bit table rows whole, and
+// the 24- and 16-bit pixels spread from the buffer bits by byte shuffles,
+// 96 device bytes at a time; the output is the same on every processor.
 #ifndef USCREENZQ4_H
 #define USCREENZQ4_H
 
@@ -79,6 +98,8 @@ public:
     void setPixel(unsigned short x, unsigned short y, unsigned char value) override;
     void flush() override;
     bool fill(unsigned short x, unsigned short y, unsigned char value, int count) override;
+    bool fillRect(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
+                  unsigned char value) override;
 
     // One row of count buffer pixels (most significant bit first) into
     // 3 x count 16-bit device pixels: 0xFFFF for a set bit, 0x0000 for a

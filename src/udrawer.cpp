@@ -339,16 +339,53 @@ void UDrawer::fillRect(unsigned short x1, unsigned short y1, unsigned short x2, 
     if (m_screen == nullptr)
         return;
     // Every pixel of the block is within the limits, so the pixel routine
-    // reduces to the clip test, done here once for the whole block: the
-    // screen sees the same setPixel calls, in the same row-major order.
+    // reduces to the clip test, done here once for the whole block.
     const unsigned int left = std::max<unsigned int>(std::min(x1, x2), m_clipRect.getLeft());
     const unsigned int right = std::min<unsigned int>(std::max(x1, x2), m_clipRect.getRight());
     const unsigned int top = std::max<unsigned int>(std::min(y1, y2), m_clipRect.getTop());
     const unsigned int bottom = std::min<unsigned int>(std::max(y1, y2), m_clipRect.getBottom());
+    if (left > right || top > bottom)
+        return;
+    if (fillOnScreen(left, top, right, bottom))
+        return;
+    // The screen leaves it to us: the same setPixel calls, in the same
+    // row-major order, as the pixel routine would make.
     for (unsigned int y = top; y <= bottom; ++y)
         for (unsigned int x = left; x <= right; ++x)
             m_screen->setPixel(static_cast<uint16_t>(x + m_translationX),
                                static_cast<uint16_t>(y + m_translationY), m_brush);
+}
+
+// Offers the clipped block (drawer coordinates) to the screen, translated.
+// The translation wraps modulo 65536, so the block may come apart into up
+// to two column ranges and two row ranges; each piece is offered on its
+// own, the first answer deciding for all of them.
+bool UDrawer::fillOnScreen(unsigned int left, unsigned int top, unsigned int right,
+                           unsigned int bottom)
+{
+    struct Range {
+        uint16_t from, to;
+    };
+    auto split = [](unsigned int from, unsigned int to, uint16_t shift, Range* out) {
+        const unsigned int a = from + shift;
+        const unsigned int b = to + shift;
+        if (a > 0xFFFF || b <= 0xFFFF) { // wholly wrapped, or not at all
+            out[0] = {static_cast<uint16_t>(a), static_cast<uint16_t>(b)};
+            return 1;
+        }
+        out[0] = {static_cast<uint16_t>(a), 0xFFFF};
+        out[1] = {0, static_cast<uint16_t>(b)};
+        return 2;
+    };
+    Range cols[2];
+    Range rows[2];
+    const int nc = split(left, right, m_translationX, cols);
+    const int nr = split(top, bottom, m_translationY, rows);
+    for (int r = 0; r < nr; ++r)
+        for (int c = 0; c < nc; ++c)
+            if (!m_screen->fillRect(cols[c].from, rows[r].from, cols[c].to, rows[r].to, m_brush))
+                return false;
+    return true;
 }
 
 void UDrawer::fillRect(const UPoint& p1, const UPoint& p2)

@@ -1,10 +1,15 @@
 #include "uscreenzq4.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#endif
 
 #include <sys/ipc.h>
 #include <sys/shm.h>
@@ -75,30 +80,178 @@ uint32_t fitInMapping(uint64_t start, uint32_t unitBytes, uint32_t wanted)
     return room < wanted ? static_cast<uint32_t>(room) : wanted;
 }
 
-// Every byte of the drawing buffer expanded to its eight device pixels, for
-// the conversions of whole bytes; built once, on first use.
-struct Expansions {
-    uint32_t argb[256][8];        // 32 bpp
-    unsigned char rgb[256][24];   // 24 bpp
-    unsigned short hw[256][24];   // 16 bpp, each pixel three times
-    Expansions()
+// Every byte of the drawing buffer expanded to its eight device pixels, one
+// table per depth, each built on the first flush at that depth. The 24-bit
+// rows are padded to 32 bytes so that a row can be written with one
+// 32-byte store that the next byte's store partly overwrites.
+struct Argb {
+    alignas(32) uint32_t v[256][8];
+    Argb()
     {
         for (uint32_t b = 0; b < 256; ++b)
-            for (uint32_t i = 0; i < 8; ++i) {
-                const bool set = (b & (0x80u >> i)) != 0;
-                argb[b][i] = set ? 0xFF000000u : 0xFFFFFFFFu;
-                for (uint32_t k = 0; k < 3; ++k) {
-                    rgb[b][3 * i + k] = set ? 0xFF : 0x00;
-                    hw[b][3 * i + k] = set ? 0xFFFF : 0x0000;
-                }
+            for (uint32_t i = 0; i < 8; ++i)
+                v[b][i] = (b & (0x80u >> i)) ? 0xFF000000u : 0xFFFFFFFFu;
+    }
+};
+
+struct Rgb {
+    alignas(32) unsigned char v[256][32];
+    Rgb()
+    {
+        memset(v, 0, sizeof v);
+        for (uint32_t b = 0; b < 256; ++b)
+            for (uint32_t i = 0; i < 24; ++i)
+                v[b][i] = (b & (0x80u >> (i / 3))) ? 0xFF : 0x00;
+    }
+};
+
+struct Hw {
+    alignas(32) unsigned short v[256][24];
+    Hw()
+    {
+        for (uint32_t b = 0; b < 256; ++b)
+            for (uint32_t i = 0; i < 24; ++i)
+                v[b][i] = (b & (0x80u >> (i / 3))) ? 0xFFFF : 0x0000;
+    }
+};
+
+const Argb& argbTable()
+{
+    static const Argb table;
+    return table;
+}
+
+const Rgb& rgbTable()
+{
+    static const Rgb table;
+    return table;
+}
+
+const Hw& hwTable()
+{
+    static const Hw table;
+    return table;
+}
+
+// The table copies are bound by store bandwidth. On x86-64 processors with
+// AVX2 each byte's expansion goes out in 32-byte stores instead of the
+// 16-byte ones of the baseline instruction set; the check is made once.
+#if defined(__x86_64__) && defined(__GNUC__)
+#define UTK_AVX2_STORES 1
+
+__attribute__((target("avx2"))) void expand32Avx2(const unsigned char* src, uint32_t bytes,
+                                                  uint32_t* dst, const Argb& t)
+{
+    for (uint32_t b = 0; b < bytes; ++b)
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 8 * b),
+                            _mm256_load_si256(reinterpret_cast<const __m256i*>(t.v[src[b]])));
+}
+
+// Pixels repeated over `rep` device bytes each (3 at 24 bits per pixel, 6
+// at 16), computed 96 device bytes at a time without a table: the source
+// bytes are spread over every 128-bit lane, a byte shuffle gives each
+// device byte the source byte holding its pixel, and comparing that pixel's
+// bit with itself yields 0xFF or 0x00. Answers how many source bytes were
+// done (whole groups of 32 / rep pixels); the caller does the rest.
+struct Spread {
+    alignas(32) unsigned char index[3][32];
+    alignas(32) unsigned char bit[3][32];
+    explicit Spread(uint32_t rep)
+    {
+        for (uint32_t k = 0; k < 3; ++k)
+            for (uint32_t i = 0; i < 32; ++i) {
+                const uint32_t p = (32 * k + i) / rep;
+                index[k][i] = static_cast<unsigned char>(p / 8);
+                bit[k][i] = static_cast<unsigned char>(0x80u >> (p % 8));
             }
     }
 };
 
-const Expansions& expansions()
+template <uint32_t rep>
+__attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, uint32_t bytes,
+                                                    unsigned char* dst, const Spread& t)
 {
-    static const Expansions table;
-    return table;
+    const uint32_t groupBytes = 12 / rep; // 96 bytes: 4 source bytes at rep 3, 2 at rep 6
+    const __m256i i0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.index[0]));
+    const __m256i i1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.index[1]));
+    const __m256i i2 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.index[2]));
+    const __m256i b0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.bit[0]));
+    const __m256i b1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.bit[1]));
+    const __m256i b2 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.bit[2]));
+    uint32_t done = 0;
+    for (; done + groupBytes <= bytes; done += groupBytes, dst += 96) {
+        uint32_t word = 0;
+        memcpy(&word, src + done, groupBytes);
+        const __m256i v = _mm256_set1_epi32(static_cast<int>(word));
+        const __m256i s0 = _mm256_and_si256(_mm256_shuffle_epi8(v, i0), b0);
+        const __m256i s1 = _mm256_and_si256(_mm256_shuffle_epi8(v, i1), b1);
+        const __m256i s2 = _mm256_and_si256(_mm256_shuffle_epi8(v, i2), b2);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm256_cmpeq_epi8(s0, b0));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 32), _mm256_cmpeq_epi8(s1, b1));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 64), _mm256_cmpeq_epi8(s2, b2));
+    }
+    return done;
+}
+
+bool haveAvx2()
+{
+    static const bool yes = __builtin_cpu_supports("avx2");
+    return yes;
+}
+#endif
+
+// `bytes` whole source bytes, eight 32-bit pixels each.
+void expand32(const unsigned char* src, uint32_t bytes, uint32_t* dst)
+{
+    const Argb& t = argbTable();
+#ifdef UTK_AVX2_STORES
+    if (haveAvx2())
+        return expand32Avx2(src, bytes, dst, t);
+#endif
+    for (uint32_t b = 0; b < bytes; ++b)
+        memcpy(dst + 8 * b, t.v[src[b]], 32);
+}
+
+// `bytes` whole source bytes, 24 device bytes each. Every store but the
+// last writes 32 bytes; the 8 beyond its pixels are rewritten at once by
+// the next one, so nothing past the last pixel is touched.
+void expand24(const unsigned char* src, uint32_t bytes, unsigned char* dst)
+{
+    if (bytes == 0)
+        return;
+#ifdef UTK_AVX2_STORES
+    if (haveAvx2()) {
+        static const Spread spread(3);
+        const uint32_t done = spreadAvx2<3>(src, bytes, dst, spread);
+        src += done;
+        dst += 24 * done;
+        bytes -= done;
+        if (bytes == 0)
+            return;
+    }
+#endif
+    const Rgb& t = rgbTable();
+    for (uint32_t b = 0; b + 1 < bytes; ++b)
+        memcpy(dst + 24 * b, t.v[src[b]], 32);
+    memcpy(dst + 24 * (bytes - 1), t.v[src[bytes - 1]], 24);
+}
+
+// `bytes` whole source bytes, 24 16-bit pixels each.
+void expand16(const unsigned char* src, uint32_t bytes, unsigned short* dst)
+{
+#ifdef UTK_AVX2_STORES
+    if (haveAvx2()) {
+        static const Spread spread(6);
+        const uint32_t done =
+            spreadAvx2<6>(src, bytes, reinterpret_cast<unsigned char*>(dst), spread);
+        src += done;
+        dst += 24 * done;
+        bytes -= done;
+    }
+#endif
+    const Hw& t = hwTable();
+    for (uint32_t b = 0; b < bytes; ++b)
+        memcpy(dst + 24 * b, t.v[src[b]], 48);
 }
 
 } // namespace
@@ -166,10 +319,9 @@ UScreenZQ4::UScreenZQ4()
         finfo_ram = m_finfo;
         const size_t size = m_mapLength;
         attachSegment(size);
-        if (!m_buffer)
-            return;
         s_drawBuffer = m_buffer;
-        memset(m_buffer, 0xFF, size);
+        if (m_buffer)
+            memset(m_buffer, 0xFF, size);
         printf("Buffered video: x=%d y=%d l:%d, s=%d pix=%d @ 0x%p\n",
                static_cast<int>(m_vinfo.xres), static_cast<int>(m_vinfo.yres),
                static_cast<int>(m_finfo.line_length), static_cast<int>(size),
@@ -191,8 +343,6 @@ UScreenZQ4::UScreenZQ4()
     finfo_ram.line_length = g.lineLength;
     const size_t size = static_cast<size_t>(g.lineLength) * g.yres;
     attachSegment(size);
-    if (!m_buffer)
-        return;
     s_drawBuffer = m_buffer;
     printf("Emulated video: x=%d y=%d s=%d pix=%d\n", static_cast<int>(g.xres),
            static_cast<int>(g.yres), static_cast<int>(size), 1);
@@ -222,8 +372,9 @@ void UScreenZQ4::attachSegment(size_t size)
         const int err = errno;
         printf("shnmget failed %d %s\n", err, strerror(err));
         fflush(stdout);
-        return;
     }
+    // Attaching follows even without a segment, as the construction steps
+    // go; the system refuses the invalid id and that is reported too.
     void* address = shmat(id, nullptr, 0);
     if (address == reinterpret_cast<void*>(-1)) {
         const int err = errno;
@@ -303,6 +454,73 @@ bool UScreenZQ4::fill(unsigned short x, unsigned short y, unsigned char value, i
     return true;
 }
 
+bool UScreenZQ4::fillRect(unsigned short x1, unsigned short y1, unsigned short x2,
+                          unsigned short y2, unsigned char value)
+{
+    if (!m_enabled || !m_buffer)
+        return true;
+    if (x1 > x2)
+        std::swap(x1, x2);
+    if (y1 > y2)
+        std::swap(y1, y2);
+    // The pixels setPixel() would reach: x below xres and inside the row.
+    const uint64_t rowPixels = static_cast<uint64_t>(m_finfo.line_length) * 8;
+    const uint32_t columns = static_cast<uint32_t>(std::min<uint64_t>(m_vinfo.xres, rowPixels));
+    if (x1 >= columns || y1 >= m_vinfo.yres)
+        return true;
+    const uint32_t right = std::min<uint32_t>(x2, columns - 1);
+    const uint32_t bottom = std::min<uint32_t>(y2, m_vinfo.yres - 1);
+
+    const unsigned char pattern = value ? 0xFF : 0x00;
+    const uint32_t first = x1 / 8u;
+    const uint32_t last = right / 8u;
+    const unsigned char headMask = static_cast<unsigned char>(0xFFu >> (x1 % 8u));
+    const unsigned char tailMask = static_cast<unsigned char>(0xFF00u >> (right % 8u + 1));
+    const size_t stride = m_finfo.line_length;
+    unsigned char* row = m_buffer + static_cast<size_t>(y1) * stride;
+    const uint32_t rows = bottom - y1 + 1;
+
+    auto blend = [pattern](unsigned char& byte, unsigned char mask) {
+        byte = static_cast<unsigned char>((byte & ~mask) | (pattern & mask));
+    };
+    if (first == last) {
+        const unsigned char mask = headMask & tailMask;
+        for (uint32_t r = 0; r < rows; ++r, row += stride)
+            blend(row[first], mask);
+        return true;
+    }
+    if (first == 0 && last + 1 == stride && rows > 1) {
+        // Whole rows: one store over the block, the partial end bytes put
+        // back from copies taken before it.
+        const size_t kChunk = 64;
+        unsigned char heads[kChunk];
+        unsigned char tails[kChunk];
+        for (uint32_t done = 0; done < rows;) {
+            const uint32_t n = std::min<uint32_t>(rows - done, kChunk);
+            for (uint32_t r = 0; r < n; ++r) {
+                heads[r] = row[r * stride];
+                tails[r] = row[r * stride + last];
+            }
+            memset(row, pattern, n * stride);
+            for (uint32_t r = 0; r < n; ++r) {
+                unsigned char& h = row[r * stride];
+                unsigned char& t = row[r * stride + last];
+                h = static_cast<unsigned char>((heads[r] & ~headMask) | (pattern & headMask));
+                t = static_cast<unsigned char>((tails[r] & ~tailMask) | (pattern & tailMask));
+            }
+            done += n;
+            row += n * stride;
+        }
+        return true;
+    }
+    for (uint32_t r = 0; r < rows; ++r, row += stride) {
+        blend(row[first], headMask);
+        memset(row + first + 1, pattern, last - first - 1);
+        blend(row[last], tailMask);
+    }
+    return true;
+}
+
 // Pixels [from, to) of a one-bit row, MSB first, each written three times
 // into dst as `on` (set bit) or `off` (clear bit): the tail of a row that
 // does not fill a whole byte of the expansion tables.
@@ -322,14 +540,10 @@ void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst
 {
     if (count <= 0)
         return;
-    const Expansions& t = expansions();
-    const int whole = count / 8;
-    for (int b = 0; b < whole; ++b) {
-        memcpy(dst, t.hw[src[b]], sizeof t.hw[0]);
-        dst += 24;
-    }
-    tripleBits<unsigned short>(src, static_cast<uint32_t>(whole) * 8, static_cast<uint32_t>(count),
-                               0xFFFF, 0x0000, dst);
+    const uint32_t whole = static_cast<uint32_t>(count) / 8;
+    expand16(src, whole, dst);
+    tripleBits<unsigned short>(src, whole * 8, static_cast<uint32_t>(count), 0xFFFF, 0x0000,
+                               dst + 24 * whole);
 }
 
 void UScreenZQ4::flush()
@@ -345,7 +559,6 @@ void UScreenZQ4::flush()
     const uint64_t bitsPerRow = static_cast<uint64_t>(rowBytes) * 8;
     uint32_t x0 = 0;
     uint32_t y0 = 0;
-    const Expansions& t = expansions();
 
     switch (vinfo_real.bits_per_pixel) {
     case 1: {
@@ -368,8 +581,7 @@ void UScreenZQ4::flush()
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             uint32_t* d = dev + start;
             const uint32_t whole = cols / 8;
-            for (uint32_t b = 0; b < whole; ++b)
-                memcpy(d + 8 * b, t.argb[src[b]], sizeof t.argb[0]);
+            expand32(src, whole, d);
             for (uint32_t i = whole * 8; i < cols; ++i)
                 d[i] = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFF000000u : 0xFFFFFFFFu;
         }
@@ -389,11 +601,8 @@ void UScreenZQ4::flush()
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             unsigned char* d = s_deviceMemory + start;
             const uint32_t whole = cols / 8;
-            for (uint32_t b = 0; b < whole; ++b) {
-                memcpy(d, t.rgb[src[b]], sizeof t.rgb[0]);
-                d += 24;
-            }
-            tripleBits<unsigned char>(src, whole * 8, cols, 0xFF, 0x00, d);
+            expand24(src, whole, d);
+            tripleBits<unsigned char>(src, whole * 8, cols, 0xFF, 0x00, d + 24 * whole);
         }
         break;
     }
@@ -408,6 +617,9 @@ void UScreenZQ4::flush()
             wanted = vinfo_ram.xres;
         if (wanted > bitsPerRow)
             wanted = static_cast<uint32_t>(bitsPerRow);
+        // Each buffer row is converted three times: converting beats
+        // copying the first device row (memcpy of rows this short is
+        // slower than the conversion's own stores).
         for (uint32_t r = 0; r < rows; ++r) {
             unsigned char* src = s_drawBuffer + static_cast<size_t>(r) * rowBytes;
             for (uint32_t k = 0; k < 3; ++k) {

@@ -25,6 +25,14 @@
 // configure() replaces the file by a fresh one: memory zero, sync count 0.
 // Mappings made before stay valid and keep the old memory.
 //
+// Every refused setting, from either source, is reported on standard error
+// with one line naming it (the variable, or configure()'s argument), its
+// value and what is accepted, e.g.
+//   utksimfb: UTKSIM_FB_BPP=15 refused (accepted: 1, 8, 16, 24 or 32)
+// and no device is made: the screen then prints its own "open frameBuffer
+// failed" line. An environment value that is not a number is ignored with a
+// line of its own and the default used.
+//
 // Failure injection: setFailure(op, err) makes every later call of that
 // operation fail with errno err until it is cleared (err 0). map() also
 // fails with EINVAL for a length of 0 or beyond the device memory, like a
@@ -40,9 +48,10 @@ class SimFramebuffer {
 public:
     enum Operation { Open, VarInfo, FixInfo, Map, Sync, OperationCount };
 
-    // A lineLength of 0 means the pixels' bytes rounded up. Answers false
-    // and changes nothing for bits per pixel other than 1, 8, 16, 24 and
-    // 32, sizes of 0 or above 8192, or more than 256 MiB of memory.
+    // A lineLength of 0 means the pixels' bytes rounded up. Answers false,
+    // prints a line for each refused argument and changes nothing for bits
+    // per pixel other than 1, 8, 16, 24 and 32, sizes of 0 or above 8192,
+    // more than 256 MiB of memory, or an id longer than 16 characters.
     static bool configure(const char* id, uint32_t xres, uint32_t yres, uint32_t bitsPerPixel,
                           uint32_t lineLength = 0);
     // Name of the shared-memory file for the next configure().

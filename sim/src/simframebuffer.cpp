@@ -53,34 +53,79 @@ bool isDevice(State& s, int32_t fd)
     return std::find(s.devices.begin(), s.devices.end(), fd) != s.devices.end();
 }
 
-uint32_t envNumber(const char* name, uint32_t fallback)
+// Names of the settings in the diagnostic lines: the environment
+// variables when the device comes from the environment, the arguments of
+// configure() otherwise.
+struct SettingNames {
+    const char* id;
+    const char* xres;
+    const char* yres;
+    const char* bpp;
+    const char* line;
+};
+
+const SettingNames ENV_NAMES = {"UTKSIM_FB_ID", "UTKSIM_FB_XRES", "UTKSIM_FB_YRES",
+                                "UTKSIM_FB_BPP", "UTKSIM_FB_LINE"};
+const SettingNames ARG_NAMES = {"id", "xres", "yres", "bitsPerPixel", "lineLength"};
+
+// A number from the environment; a value that is not a decimal number is
+// refused with its own line and `fallback` used instead.
+uint32_t envNumber(const char* name, uint32_t fallback, const char* accepted)
 {
     const char* text = getenv(name);
     if (!text || !*text)
         return fallback;
     char* end = nullptr;
     errno = 0;
-    const unsigned long v = strtoul(text, &end, 10);
-    if (errno || *end || v > UINT32_MAX) {
-        fprintf(stderr, "utksimfb: ignoring %s=%s\n", name, text);
+    const unsigned long long v = strtoull(text, &end, 10);
+    if (errno || *end || v > UINT32_MAX || text[0] == '-' || text[0] == '+') {
+        fprintf(stderr, "utksimfb: %s=%s ignored: not a number (accepted: %s); using %u\n", name,
+                text, accepted, fallback);
         return fallback;
     }
     return static_cast<uint32_t>(v);
 }
 
-// Creates a fresh file and maps it; s.lock is held.
+const char* const ACCEPTED_BPP = "1, 8, 16, 24 or 32";
+const char* const ACCEPTED_SIDE = "1 to 8192";
+const char* const ACCEPTED_LINE = "0 for the pixels' bytes, or any length up to 256 MiB of memory";
+
+// Creates a fresh file and maps it; s.lock is held. A refused setting is
+// reported on standard error, one line naming it, its value and what is
+// accepted, and nothing changes.
 bool configureLocked(State& s, const char* id, uint32_t xres, uint32_t yres, uint32_t bpp,
-                     uint32_t lineLength)
+                     uint32_t lineLength, const SettingNames& names)
 {
-    if (bpp != 1 && bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32)
-        return false;
-    if (xres == 0 || yres == 0 || xres > MAX_SIDE || yres > MAX_SIDE)
+    bool ok = true;
+    if (id && strlen(id) > sizeof(SimFbHeader().id)) {
+        fprintf(stderr, "utksimfb: %s=%s refused: %zu characters (accepted: at most 16)\n",
+                names.id, id, strlen(id));
+        ok = false;
+    }
+    if (xres == 0 || xres > MAX_SIDE) {
+        fprintf(stderr, "utksimfb: %s=%u refused (accepted: %s)\n", names.xres, xres, ACCEPTED_SIDE);
+        ok = false;
+    }
+    if (yres == 0 || yres > MAX_SIDE) {
+        fprintf(stderr, "utksimfb: %s=%u refused (accepted: %s)\n", names.yres, yres, ACCEPTED_SIDE);
+        ok = false;
+    }
+    if (bpp != 1 && bpp != 8 && bpp != 16 && bpp != 24 && bpp != 32) {
+        fprintf(stderr, "utksimfb: %s=%u refused (accepted: %s)\n", names.bpp, bpp, ACCEPTED_BPP);
+        ok = false;
+    }
+    if (!ok)
         return false;
     if (lineLength == 0)
         lineLength = (xres * bpp + 7) / 8;
     const uint64_t memorySize = static_cast<uint64_t>(lineLength) * yres;
-    if (memorySize > MAX_MEMORY)
+    if (memorySize > MAX_MEMORY) {
+        fprintf(stderr,
+                "utksimfb: %s=%u refused: %u rows of it make %llu bytes (accepted: at most %llu)\n",
+                names.line, lineLength, yres, static_cast<unsigned long long>(memorySize),
+                static_cast<unsigned long long>(MAX_MEMORY));
         return false;
+    }
     const long page = sysconf(_SC_PAGESIZE);
     const uint32_t offset = static_cast<uint32_t>(std::max<long>(page, sizeof(SimFbHeader)));
     const size_t total = offset + static_cast<size_t>(memorySize);
@@ -133,9 +178,10 @@ bool ensureConfigured(State& s)
             s.shmName = name;
     }
     const char* id = getenv("UTKSIM_FB_ID");
-    return configureLocked(s, id ? id : "utksim", envNumber("UTKSIM_FB_XRES", 320),
-                           envNumber("UTKSIM_FB_YRES", 240), envNumber("UTKSIM_FB_BPP", 32),
-                           envNumber("UTKSIM_FB_LINE", 0));
+    return configureLocked(s, id ? id : "utksim", envNumber("UTKSIM_FB_XRES", 320, ACCEPTED_SIDE),
+                           envNumber("UTKSIM_FB_YRES", 240, ACCEPTED_SIDE),
+                           envNumber("UTKSIM_FB_BPP", 32, ACCEPTED_BPP),
+                           envNumber("UTKSIM_FB_LINE", 0, ACCEPTED_LINE), ENV_NAMES);
 }
 
 bool injected(State& s, SimFramebuffer::Operation op)
@@ -149,8 +195,16 @@ bool injected(State& s, SimFramebuffer::Operation op)
 __attribute__((constructor)) void modelFromEnvironment()
 {
     const char* text = getenv("UTKSIM_MODEL");
-    if (text && *text)
-        SysHardwareVersion::setModel(static_cast<int>(strtol(text, nullptr, 10)));
+    if (!text || !*text)
+        return;
+    char* end = nullptr;
+    errno = 0;
+    const long v = strtol(text, &end, 10);
+    if (errno || *end || v < INT32_MIN || v > INT32_MAX) {
+        fprintf(stderr, "utksimfb: UTKSIM_MODEL=%s ignored: not a number (accepted: a model code such as 49, 61 or 62)\n", text);
+        return;
+    }
+    SysHardwareVersion::setModel(static_cast<int>(v));
 }
 
 } // namespace
@@ -295,7 +349,7 @@ bool SimFramebuffer::configure(const char* id, uint32_t xres, uint32_t yres, uin
 {
     State& s = state();
     std::lock_guard<std::mutex> guard(s.lock);
-    return configureLocked(s, id, xres, yres, bitsPerPixel, lineLength);
+    return configureLocked(s, id, xres, yres, bitsPerPixel, lineLength, ARG_NAMES);
 }
 
 void SimFramebuffer::setShmName(const std::string& name)

@@ -1,10 +1,12 @@
 // Fixture for the framebuffer screen on the simulated LCD: a private
 // memory file per test process, the System V segment 200555 removed before
-// and after every test, and access to the device memory as 8-, 16- and
-// 32-bit units.
+// and after every test, access to the device memory as 8-, 16- and 32-bit
+// units, and a switch that makes shmat() fail (the test program's own
+// shmat() stands in for the C library's, see screen_shmat.cpp).
 #ifndef UTK_TESTS_SCREEN_FIXTURE_H
 #define UTK_TESTS_SCREEN_FIXTURE_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -18,6 +20,9 @@
 #include "simframebuffer.h"
 #include "syshardwareversion.h"
 #include "uscreenzq4.h"
+
+// errno for every shmat() of this process from now on; 0 lets it through.
+void failShmat(int error);
 
 inline void removeSegment()
 {
@@ -50,6 +55,7 @@ protected:
     void TearDown() override
     {
         screen.reset();
+        failShmat(0);
         removeSegment();
         SimFramebuffer::clearFailures();
         SimFramebuffer::remove();
@@ -88,14 +94,9 @@ protected:
     unsigned char* mem8() { return SimFramebuffer::memory(); }
     uint16_t mem16(size_t i) { uint16_t v; memcpy(&v, mem8() + 2 * i, 2); return v; }
     uint32_t mem32(size_t i) { uint32_t v; memcpy(&v, mem8() + 4 * i, 4); return v; }
-    void fillMemory(unsigned char v) { memset(mem8(), v, SimFramebuffer::memorySize()); }
-    // Whether the whole device memory is still zero.
-    bool memoryUntouched()
+    bool memoryUntouched() // still all zero
     {
-        for (size_t i = 0; i < SimFramebuffer::memorySize(); ++i)
-            if (mem8()[i] != 0)
-                return false;
-        return true;
+        return std::all_of(mem8(), mem8() + SimFramebuffer::memorySize(), [](unsigned char b) { return b == 0; });
     }
     // Buffer all background but for ink at (x, y).
     void inkOnly(unsigned short x, unsigned short y)

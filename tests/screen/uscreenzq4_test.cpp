@@ -1,5 +1,6 @@
 // The framebuffer screen on the simulated LCD: its three modes, the pixel
-// and fill routines, the four flush conversions and failures of the device.
+// and fill routines and failures of the device and the segment (the
+// conversions are in flush_test.cpp, filled rectangles in fill_test.cpp).
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -40,11 +41,10 @@ TEST_F(ScreenTest, EmulatedGeometryFollowsTheModel)
         SCOPED_TRACE(c.model);
         SysHardwareVersion::setModel(c.model);
         open("utksim", 320, 240, 32, 0, static_cast<size_t>(c.s) * 48);
-        EXPECT_EQ(screen->width(), c.w);
-        EXPECT_EQ(screen->height(), 48);
-        EXPECT_EQ(screen->stride(), c.s);
+        EXPECT_EQ(screen->width() * 100 + screen->height(), c.w * 100 + 48);
         ASSERT_NE(screen->buffer(), nullptr);
-        EXPECT_EQ(screen->scanLine(3), screen->buffer() + 3 * c.s);
+        EXPECT_EQ(screen->scanLine(3), screen->buffer() + 3 * screen->stride());
+        EXPECT_EQ(screen->stride(), c.s);
         const std::string actual = "Actual utksim  video: x=320 y=240 s=307200 pix=32 line=1280 (utksim) @ 0x";
         EXPECT_EQ(out.compare(0, actual.size(), actual), 0) << out;
         EXPECT_NE(out.find(c.line), std::string::npos) << out;
@@ -60,25 +60,18 @@ TEST_F(ScreenTest, EmulatedGeometryFollowsTheModel)
     EXPECT_TRUE(segmentExists());
 }
 
-TEST_F(ScreenTest, NewSegmentHasNoPermissionBitsAndEmulatedModeKeepsItsContents)
+TEST_F(ScreenTest, NewSegmentHasNoPermissionBitsAndKeepsItsContents)
 {
     ASSERT_TRUE(SimFramebuffer::configure("utksim", 320, 240, 32));
     create();
-    const int id = shmget(UScreenZQ4::SHM_KEY, 0, 0);
-    ASSERT_GE(id, 0);
     shmid_ds ds;
-    ASSERT_EQ(shmctl(id, IPC_STAT, &ds), 0);
+    ASSERT_EQ(shmctl(shmget(UScreenZQ4::SHM_KEY, 0, 0), IPC_STAT, &ds), 0);
     EXPECT_EQ(ds.shm_segsz, 1152u);
     EXPECT_EQ(ds.shm_perm.mode & 0777, 0u);
-    if (geteuid() != 0) {
-        EXPECT_NE(out.find("shmat failed 13 Permission denied\n"), std::string::npos) << out;
-        EXPECT_EQ(screen->buffer(), nullptr);
-        return;
-    }
-    // A second screen finds the segment and leaves what is drawn there.
+    if (geteuid() != 0)
+        return; // attaching it is refused then: see WithoutDeviceOrSegmentNothingIsWritten
     screen->fill(0, 0, 0xA5, 1152);
-    create();
-    ASSERT_NE(screen->buffer(), nullptr);
+    create(); // a second screen finds it and leaves what is drawn there
     EXPECT_EQ(screen->buffer()[0], 0xA5);
     EXPECT_EQ(screen->buffer()[1151], 0xA5);
 }
@@ -89,11 +82,6 @@ TEST_F(ScreenTest, BufferedModeCopiesTheSegmentAndSyncsEvenAfterAFailure)
         SCOPED_TRACE(id);
         open(id, 199, 48, 1, 0, 1200);
         ASSERT_NE(screen->buffer(), nullptr);
-        EXPECT_NE(screen->buffer(), mem8());
-        EXPECT_EQ(screen->stride(), 25);
-        const std::string actual = std::string("Actual ") + id
-                                   + "  video: x=199 y=48 s=1200 pix=1 line=25 (" + id + ") @ 0x";
-        EXPECT_EQ(out.compare(0, actual.size(), actual), 0) << out;
         EXPECT_EQ(out.substr(out.find('\n') + 1),
                   format("Buffered video: x=199 y=48 l:25, s=1200 pix=1 @ 0x%p\n", screen->buffer()));
         for (size_t i = 0; i < 1200; ++i)
@@ -124,9 +112,6 @@ TEST_F(ScreenTest, DirectModeDrawsOnTheDeviceAndFlushOnlySyncs)
     EXPECT_EQ(out, format("Actual ST7529 FB  video: x=240 y=160 s=4800 pix=1 line=30 (ST7529 FB) @ 0x%p\n",
                           screen->buffer()));
     EXPECT_FALSE(segmentExists());
-    EXPECT_EQ(screen->width(), 240);
-    EXPECT_EQ(screen->stride(), 30);
-
     screen->setPixel(9, 1, 1);
     EXPECT_EQ(mem8()[31], 0x40) << "the buffer is the device memory";
     const std::vector<unsigned char> before(mem8(), mem8() + 4800);
@@ -158,12 +143,11 @@ TEST_F(ScreenTest, SetPixelAndPixelAtBitLevel)
         EXPECT_EQ(screen->pixel(s.x, s.y), s.value ? 1 : 0);
     }
     const std::vector<unsigned char> before(b, b + 1152);
-    screen->setPixel(192, 0, 0);
-    screen->setPixel(0, 48, 0);
-    screen->setPixel(65535, 65535, 0);
+    for (auto p : {std::make_pair(192, 0), std::make_pair(0, 48), std::make_pair(65535, 65535)}) {
+        screen->setPixel(p.first, p.second, 0);
+        EXPECT_EQ(screen->pixel(p.first, p.second), 255);
+    }
     EXPECT_EQ(std::vector<unsigned char>(b, b + 1152), before);
-    EXPECT_EQ(screen->pixel(192, 0), 255);
-    EXPECT_EQ(screen->pixel(0, 48), 255);
 }
 
 TEST_F(ScreenTest, FillWritesWholeBytesUpToTheEndOfTheBuffer)
@@ -194,149 +178,26 @@ TEST_F(ScreenTest, FillWritesWholeBytesUpToTheEndOfTheBuffer)
 TEST_F(ScreenTest, ScanLineHwTriplesEveryPixel)
 {
     unsigned char src[2] = {0xA0, 0x80};
-    unsigned short dst[31];
-    for (unsigned short& d : dst)
-        d = 0x1234;
-    UScreenZQ4::scan_line_hw(0, src, dst);
+    unsigned short dst[31] = {};
+    dst[0] = dst[30] = 0x1234;
     UScreenZQ4::scan_line_hw(-3, src, dst);
-    EXPECT_EQ(dst[0], 0x1234);
-    UScreenZQ4::scan_line_hw(10, src, dst);
+    UScreenZQ4::scan_line_hw(10, src + 0, dst);
     const unsigned short expect[10] = {0xFFFF, 0, 0xFFFF, 0, 0, 0, 0, 0, 0xFFFF, 0};
     for (int i = 0; i < 30; ++i)
         ASSERT_EQ(dst[i], expect[i / 3]) << i;
     EXPECT_EQ(dst[30], 0x1234);
 }
 
-// ---- flush conversions ------------------------------------------------------
-
-TEST_F(ScreenTest, Flush32CentresTheImageWithInvertedColours)
-{
-    open("utksim", 320, 240, 32, 0, 1152);
-    inkOnly(0, 0);
-    screen->setPixel(191, 47, 0);
-    screen->flush();
-    // The image's corners at (64, 96) and (255, 143); nothing around it.
-    EXPECT_EQ(mem32(96 * 320 + 64), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(96 * 320 + 65), 0xFF000000u);
-    EXPECT_EQ(mem32(143 * 320 + 255), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(143 * 320 + 254), 0xFF000000u);
-    for (size_t outside : {96 * 320 + 63, 95 * 320 + 64, 143 * 320 + 256, 144 * 320 + 255})
-        EXPECT_EQ(mem32(outside), 0u) << outside;
-    size_t written = 0;
-    for (size_t i = 0; i < 320 * 240; ++i)
-        written += mem32(i) != 0;
-    EXPECT_EQ(written, 192u * 48u);
-    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
-
-    // On a device as wide as the image it takes the top left corner.
-    open("utksim", 192, 100, 32, 0, 1152);
-    inkOnly(0, 0);
-    screen->flush();
-    EXPECT_EQ(mem32(0), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(1), 0xFF000000u);
-    EXPECT_EQ(mem32(47 * 192 + 191), 0xFF000000u);
-    EXPECT_EQ(mem32(48 * 192), 0u);
-}
-
-TEST_F(ScreenTest, Flush32ConvertsTheSpareBitsAndSpacesRowsByXres)
-{
-    // 199 pixels in 25 bytes: 200 pixels a row are converted. The line
-    // length is padded; rows still go xres pixels apart.
-    SysHardwareVersion::setModel(62);
-    open("utksim", 320, 240, 32, 1344, 1200);
-    inkOnly(0, 1);
-    screen->buffer()[1 * 25 + 24] = 0xFE; // the spare pixel 199 of row 1 is ink
-    screen->flush();
-    EXPECT_EQ(mem32(97 * 320 + 60), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(97 * 320 + 258), 0xFF000000u);
-    EXPECT_EQ(mem32(97 * 320 + 259), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(97 * 320 + 260), 0u);
-    EXPECT_EQ(mem32(96 * 320 + 59), 0u);
-}
-
-TEST_F(ScreenTest, Flush24UsesLineLengthAndThreeEqualBytes)
-{
-    open("utksim", 320, 240, 24, 1000, 1152);
-    fillMemory(0x55);
-    inkOnly(1, 0);
-    screen->flush();
-    const unsigned char* m = mem8() + 96 * 1000 + 64 * 3;
-    const unsigned char expect[9] = {0xFF, 0xFF, 0xFF, 0, 0, 0, 0xFF, 0xFF, 0xFF};
-    EXPECT_EQ(memcmp(m, expect, 9), 0);
-    EXPECT_EQ(m[-1], 0x55);
-    EXPECT_EQ(m[192 * 3], 0x55);
-    EXPECT_EQ(mem8()[143 * 1000 + 64 * 3 + 191 * 3 + 2], 0xFF);
-    EXPECT_EQ(mem8()[144 * 1000 + 64 * 3], 0x55);
-}
-
-TEST_F(ScreenTest, Flush16MagnifiesThreeTimesAndTakesExactlyXresPixels)
-{
-    SysHardwareVersion::setModel(49); // 162 x 48 in 21-byte rows
-    open("utksim", 640, 200, 16, 0, 1008);
-    fillMemory(0x55);
-    inkOnly(0, 0);
-    screen->flush();
-    const size_t x0 = (640 - 486) / 2, y0 = (200 - 144) / 2; // (77, 28)
-    for (size_t dy = 0; dy < 3; ++dy)
-        for (size_t dx = 0; dx < 6; ++dx)
-            EXPECT_EQ(mem16((y0 + dy) * 640 + x0 + dx), dx < 3 ? 0x0000 : 0xFFFF) << dx << "," << dy;
-    EXPECT_EQ(mem16((y0 + 3) * 640 + x0), 0xFFFF);
-    EXPECT_EQ(mem16(y0 * 640 + x0 - 1), 0x5555);
-    EXPECT_EQ(mem16((y0 - 1) * 640 + x0), 0x5555);
-    EXPECT_EQ(mem16((y0 + 143) * 640 + x0 + 485), 0xFFFF);
-    EXPECT_EQ(mem16((y0 + 143) * 640 + x0 + 486), 0x5555);
-    EXPECT_EQ(mem16((y0 + 144) * 640 + x0), 0x5555);
-}
-
-TEST_F(ScreenTest, OtherDepthsAreNeverUpdated)
-{
-    open("utksim", 320, 240, 8, 0, 1152);
-    inkOnly(5, 5);
-    screen->flush();
-    EXPECT_TRUE(memoryUntouched());
-    EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
-}
-
-TEST_F(ScreenTest, SmallerDevicesAreClippedNeverOverrun)
-{
-    // Each device is too small for the image; the line lengths of the last
-    // two are too short even for their own width, so rows spaced by xres
-    // would run past the mapping (and past the end of the memory file).
-    struct Case { uint32_t w, h, bpp, line; };
-    const Case cases[] = {{100, 30, 32, 0}, {100, 30, 32, 200}, {100, 50, 16, 0},
-                          {150, 20, 24, 301}, {10, 10, 16, 4}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.w) + "x" + std::to_string(c.h) + "@" + std::to_string(c.bpp));
-        screen.reset();
-        open("utksim", c.w, c.h, c.bpp, c.line, 1152);
-        ASSERT_NE(screen->buffer(), nullptr);
-        inkOnly(0, 0);
-        screen->flush();
-        if (c.bpp == 32)
-            EXPECT_EQ(mem32(0), 0xFFFFFFFFu);
-        else if (c.bpp == 16)
-            EXPECT_EQ(mem16(0), 0x0000);
-        else
-            EXPECT_EQ(mem8()[3], 0xFF);
-    }
-    // 16 bpp on 100 x 50: 33 whole pixels (99 columns) and 50 rows.
-    screen.reset();
-    open("utksim", 100, 50, 16, 0, 1152);
-    inkOnly(191, 47);
-    screen->flush();
-    EXPECT_EQ(mem16(49 * 100 + 98), 0xFFFF);
-    EXPECT_EQ(mem16(49 * 100 + 99), 0x0000) << "a partial magnified pixel is not drawn";
-}
-
 // ---- failures ---------------------------------------------------------------
 
-TEST_F(ScreenTest, MissingDeviceOrTooSmallSegmentWritesNowhere)
+TEST_F(ScreenTest, WithoutDeviceOrSegmentNothingIsWritten)
 {
     auto expectWritesNowhere = [this] {
         EXPECT_EQ(screen->buffer(), nullptr);
         EXPECT_EQ(screen->scanLine(0), nullptr);
         screen->setPixel(0, 0, 0);
         EXPECT_TRUE(screen->fill(0, 0, 0x00, 100));
+        EXPECT_TRUE(screen->fillRect(0, 0, 100, 10, 0));
         EXPECT_EQ(screen->pixel(0, 0), 255);
         EXPECT_EQ(flushCapturingErr(), "");
         EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
@@ -350,10 +211,28 @@ TEST_F(ScreenTest, MissingDeviceOrTooSmallSegmentWritesNowhere)
     EXPECT_FALSE(segmentExists());
     expectWritesNowhere();
 
+    // Without a segment construction still runs every step to its last line.
     SimFramebuffer::clearFailures();
     ASSERT_NE(makeSegment(100, 0x11), nullptr);
     create();
-    EXPECT_EQ(out.substr(out.find('\n') + 1), "shnmget failed 22 Invalid argument\n");
+    EXPECT_EQ(out.substr(out.find('\n') + 1),
+              "shnmget failed 22 Invalid argument\nshmat failed 22 Invalid argument\n"
+              "Emulated video: x=192 y=48 s=1152 pix=1\n");
+    expectWritesNowhere();
+
+    // The segment is there but cannot be attached, in both modes that use it.
+    removeSegment();
+    failShmat(ENOMEM);
+    create();
+    EXPECT_EQ(out.substr(out.find('\n') + 1),
+              "shmat failed 12 Cannot allocate memory\nEmulated video: x=192 y=48 s=1152 pix=1\n");
+    expectWritesNowhere();
+    ASSERT_TRUE(SimFramebuffer::configure("st7525fb", 199, 48, 1));
+    removeSegment();
+    create();
+    EXPECT_EQ(out.substr(out.find('\n') + 1),
+              "shmat failed 12 Cannot allocate memory\n"
+                  + format("Buffered video: x=199 y=48 l:25, s=1200 pix=1 @ 0x%p\n", nullptr));
     expectWritesNowhere();
 }
 
@@ -379,4 +258,24 @@ TEST_F(ScreenTest, FailedMappingAndScreenInfoMessages)
         screen.reset();
         EXPECT_EQ(SimFramebuffer::openDevices(), 0) << "the descriptor is closed";
     }
+}
+
+TEST_F(ScreenTest, SimulatorNamesEveryRefusedSetting)
+{
+    const struct { const char* id; uint32_t w, h, bpp, line; const char* lines; } cases[] = {
+        {"utksim", 320, 240, 15, 0, "utksimfb: bitsPerPixel=15 refused (accepted: 1, 8, 16, 24 or 32)\n"},
+        {"utksim", 0, 9000, 32, 0,
+         "utksimfb: xres=0 refused (accepted: 1 to 8192)\nutksimfb: yres=9000 refused (accepted: 1 to 8192)\n"},
+        {"utksim", 8192, 8192, 32, 32769,
+         "utksimfb: lineLength=32769 refused: 8192 rows of it make 268443648 bytes (accepted: at most "
+         "268435456)\n"},
+        {"abcdefghijklmnopq", 320, 240, 32, 0,
+         "utksimfb: id=abcdefghijklmnopq refused: 17 characters (accepted: at most 16)\n"},
+    };
+    for (const auto& c : cases) {
+        ::testing::internal::CaptureStderr();
+        EXPECT_FALSE(SimFramebuffer::configure(c.id, c.w, c.h, c.bpp, c.line));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), c.lines);
+    }
+    EXPECT_TRUE(SimFramebuffer::configure("abcdefghijklmnop", 1, 8192, 1)); // all at their limits
 }
