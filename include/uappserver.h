@@ -36,6 +36,14 @@
 //   broken socket costs at most ten log lines a second.
 // - onTerminationReceived() is never called: no datagram maps to it, so a
 //   client that ends stays registered under its old port.
+// - The desktop's first registration clears its area (columns 0 to 190,
+//   rows 0 to 46): the server thread posts an event whose processing on the
+//   main thread calls the window manager's clearArea(), so all drawing
+//   stays on the main thread. It is queued ahead of the SHOW that the
+//   desktop's own client posts.
+// - GIVE_SCREEN carries two characters of a name, so it can only reach an
+//   application registered under a name of at most two characters: among
+//   the phonelets, the one registered under the empty name.
 #ifndef UAPPSERVER_H
 #define UAPPSERVER_H
 

@@ -7,6 +7,7 @@
 #include "sysudpsocket.h"
 #include "uapplication.h"
 #include "uremoteapp.h"
+#include "uevent.h"
 #include "uwindowmanager.h"
 
 namespace {
@@ -17,6 +18,23 @@ void sleepMs(int ms)
 {
     ::poll(nullptr, 0, ms);
 }
+
+} // namespace
+
+namespace {
+
+// Clears the desktop's area (columns 0 to 190, rows 0 to 46) through the
+// application's window manager when the main thread processes it.
+class ClearDesktopAreaEvent : public UEvent {
+public:
+    ClearDesktopAreaEvent() : UEvent(nullptr, UEvent::None) {}
+    void process() override
+    {
+        UApplication* app = UApplication::instance();
+        if (app && app->windowManager())
+            app->windowManager()->clearArea(0, 0, 191, 47);
+    }
+};
 
 } // namespace
 
@@ -182,9 +200,11 @@ void UAppServer::onRegisterReceived(const UString& name, unsigned short port)
         only = m_apps.size() == 1;
     }
     if (only) {
-        UApplication* app = UApplication::instance();
-        if (name == UApplication::DESKTOPPHONELET && app && app->windowManager())
-            app->windowManager()->clearArea(0, 0, 191, 47);
+        // All drawing happens on the main thread: the clear travels there
+        // as an event, queued ahead of the SHOW that the desktop's own
+        // client will post.
+        if (name == UApplication::DESKTOPPHONELET)
+            UApplication::postThroughInstance(new ClearDesktopAreaEvent());
         sendMessage(UAppComms::SHOW, port, nullptr, 0);
     }
     UAppComms::writeLine("New client connected: " + name.toUTF8());

@@ -8,6 +8,7 @@
 #include "memoryscreen.h"
 #include "sharing_support.h"
 #include "uappserver.h"
+#include "ueventloop.h"
 #include "uapplication.h"
 #include "ukeyevent.h"
 
@@ -227,6 +228,8 @@ TEST(ServerScreen, FirstDesktopRegistrationClearsItsArea)
             out = Peer::run(std::string("open A\nsend A 01 ") + first +
                             " 00\nexpect 1\nopen B\nsend B 01 01 00\nexpect 0\n");
         }
+        // The clear reaches the window manager through the event loop.
+        app.eventLoop()->processPendingEvents();
         testing::internal::GetCapturedStdout();
         EXPECT_EQ("A <- 02 00 00\n", out);
         if (std::string(first) == "05")
