@@ -22,7 +22,7 @@ protected:
         PhoneWindow* window = new PhoneWindow("Calling...");
         addLine(window, 14, call.name, ULabel::AlignCenter);
         addLine(window, 23, call.number, ULabel::AlignCenter);
-        addSoftKeys(window, "End", "End", nullptr);
+        addSoftKeys(window, "End", nullptr, nullptr);
         window->onKey = [this](UKeyEvent* e) {
             if ((e->m_key == KEY_LEFT || e->m_key == KEY_SELECT) && e->m_state == KEY_RELEASED) {
                 hideWindow();

@@ -15,6 +15,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "uappclient.h"
 #include "ufontmanager.h"
 #include "ukeyevent.h"
 #include "ulabel.h"
@@ -29,7 +30,6 @@ namespace {
 
 const unsigned short SERVER_PORT = 65529;
 const unsigned char REQUEST_SCREEN = 0x08;
-const unsigned char RELEASE_SCREEN = 0x10;
 const unsigned char GIVE_SCREEN = 0x20;
 
 std::atomic<bool> g_frontRequested(false);
@@ -59,8 +59,8 @@ sockaddr_in loopback(unsigned short port)
 }
 
 // The screen client's socket: the process's datagram socket bound to the
-// loopback address at a port other than the server's.
-int clientSocket()
+// loopback address at the client's port.
+int clientSocket(unsigned short port)
 {
     DIR* dir = opendir("/proc/self/fd");
     if (!dir)
@@ -78,7 +78,7 @@ int clientSocket()
         if (getsockopt(int(fd), SOL_SOCKET, SO_TYPE, &type, &typeLength) == 0 && type == SOCK_DGRAM
             && getsockname(int(fd), reinterpret_cast<sockaddr*>(&a), &length) == 0
             && a.sin_family == AF_INET && a.sin_addr.s_addr == htonl(INADDR_LOOPBACK)
-            && ntohs(a.sin_port) != 0 && ntohs(a.sin_port) != SERVER_PORT) {
+            && port != 0 && ntohs(a.sin_port) == port) {
             found = int(fd);
             break;
         }
@@ -200,7 +200,7 @@ void Phonelet::timerEvent(UTimerEvent*)
 
 void Phonelet::requestScreen()
 {
-    const int fd = clientSocket();
+    const int fd = appClient() ? clientSocket(appClient()->localPort()) : -1;
     if (fd < 0) {
         std::printf("phonelet: no screen client socket\n");
         std::fflush(stdout);
@@ -211,9 +211,8 @@ void Phonelet::requestScreen()
 
 void Phonelet::releaseScreen()
 {
-    const int fd = clientSocket();
-    if (fd >= 0)
-        sendThrough(fd, RELEASE_SCREEN, 0, 0);
+    if (appClient())
+        appClient()->releaseScreen();
 }
 
 void Phonelet::giveScreen(const std::string& name)
@@ -269,7 +268,7 @@ PhoneWindow::PhoneWindow(const char* title) : UWidget(nullptr)
     setRect(URect(0, 0, 199, 48));
     enableStyleFlag(UWidget::Background);
     ULabel* label = new ULabel(this, ULabel::AlignLeft);
-    label->setRect(URect(0, 0, 199, 12));
+    label->setRect(URect(0, 0, 148, 12)); // the desktop's clock is right of it
     label->setText(UString(title), false);
     UWidget* rule = new UWidget(this);
     rule->setRect(URect(0, 12, 199, 1));

@@ -18,8 +18,8 @@
 // - Screen requests that the toolkit's client has no operation for:
 //   REQUEST_SCREEN must come from the phonelet's registered port, so it is
 //   written through the client's own socket (the process's UDP socket on
-//   127.0.0.1 other than the server's port 65529). GIVE_SCREEN may come
-//   from anywhere and uses a socket of its own.
+//   127.0.0.1 at UAppClient::localPort()). GIVE_SCREEN may come from
+//   anywhere and uses a socket of its own.
 // - Being brought to the front: the server knows the seven phonelets only
 //   by their full names, and GIVE_SCREEN carries two characters of a name,
 //   so GIVE_SCREEN reaches only the one phonelet registered under the empty

@@ -623,6 +623,7 @@ int Phone::run()
 
 void Phone::shutdown()
 {
+    m_quit = true;
     for (const auto& r : m_releases)
         pressKey(r.second, false);
     m_releases.clear();
