@@ -34,6 +34,12 @@ const unsigned char GIVE_SCREEN = 0x20;
 
 std::atomic<bool> g_frontRequested(false);
 std::atomic<int> g_frontValue(0);
+std::atomic<bool> g_stopRequested(false);
+
+extern "C" void onStopSignal(int)
+{
+    g_stopRequested.store(true);
+}
 
 extern "C" void onFrontSignal(int, siginfo_t* info, void*)
 {
@@ -115,6 +121,13 @@ Phonelet::Phonelet(const UString& name, UApplication::UIMode mode)
     sa.sa_flags = SA_SIGINFO | SA_RESTART;
     sigemptyset(&sa.sa_mask);
     sigaction(SIGUSR1, &sa, nullptr);
+    // SIGTERM and SIGINT end the event loop, so that the phonelet returns
+    // from main and tears everything down like on the phone.
+    struct sigaction stop = {};
+    stop.sa_handler = onStopSignal;
+    sigemptyset(&stop.sa_mask);
+    sigaction(SIGTERM, &stop, nullptr);
+    sigaction(SIGINT, &stop, nullptr);
     m_poll.start();
 }
 
@@ -194,6 +207,11 @@ bool Phonelet::keyEvent(UKeyEvent* e)
 
 void Phonelet::timerEvent(UTimerEvent*)
 {
+    if (g_stopRequested.load()) {
+        m_poll.stop();
+        stop();
+        return;
+    }
     if (g_frontRequested.exchange(false))
         frontRequested(g_frontValue.load());
 }

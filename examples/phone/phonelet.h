@@ -20,6 +20,9 @@
 //   written through the client's own socket (the process's UDP socket on
 //   127.0.0.1 at UAppClient::localPort()). GIVE_SCREEN may come from
 //   anywhere and uses a socket of its own.
+// - Ending: SIGTERM or SIGINT stop the event loop (checked every 50 ms with
+//   the front requests below), so that main returns and the application
+//   and its threads are torn down in order.
 // - Being brought to the front: the server knows the seven phonelets only
 //   by their full names, and GIVE_SCREEN carries two characters of a name,
 //   so GIVE_SCREEN reaches only the one phonelet registered under the empty
