@@ -3,6 +3,8 @@
 // the screen at start. It never receives keys (the screen client keeps
 // them from the desktop); the menu key is the launcher's.
 //
+// SIGUSR1 makes it paint itself again (see frontRequested).
+//
 // Whenever the server shows it (at start, or when a full-screen phonelet
 // gives the screen back) it asks for the screen as well, so that it is the
 // owner whenever it is visible and the next phonelet to come forward hides
@@ -60,6 +62,10 @@ protected:
     }
 
     void shown() override { requestScreen(); }
+
+    // utk-phone's signal once every phonelet has created its screen (which
+    // wipes the shared drawing buffer): paint everything again.
+    void frontRequested(int) override { rebuild(); }
 };
 
 } // namespace

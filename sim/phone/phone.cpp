@@ -69,7 +69,23 @@ struct Options {
 const char* const USAGE =
     "usage: utk-phone [--window [--scale N]] [--headless] [--snap DIR] [--script FILE]\n"
     "                 [--log FILE] [--lcd ID] [--size WxH] [--depth BPP] [--model N]\n"
-    "                 [--phonelet PROGRAM]... [--no-examples]\n";
+    "                 [--phonelet PROGRAM]... [--no-examples]\n"
+    "\n"
+    "  (default)        the LCD in this terminal; phonelet output goes to utk-phone.log\n"
+    "  --window         an SDL window with a keypad, magnified --scale times (default 6)\n"
+    "  --headless       no terminal view\n"
+    "  --snap DIR       a PNG (4x) in DIR each time the screen changes\n"
+    "  --script FILE    timed keys (wait, press, release, tap, settle, snap, kill, quit);\n"
+    "                   the phone ends with the script\n"
+    "  --log FILE       the phonelets' output and the phone's own lines\n"
+    "  --lcd ID         st7525fb (default), st7526fb, 'ST7529 FB' (direct), or any other\n"
+    "                   name for a colour display the LCD is emulated on (320x240x32)\n"
+    "  --size, --depth  the device's geometry; --model the hardware model (default 62)\n"
+    "  --phonelet PROG  start PROG as one more client phonelet (the LCD is preloaded)\n"
+    "  --no-examples    start no example phonelet (bring a ServerMode one with --phonelet)\n"
+    "\n"
+    "keys: 0-9 * #, arrows, Enter = select, Backspace = left, F1-F4 or a s d f = soft\n"
+    "keys 1-4 (raw 18-21; F1 is the menu key), q or Ctrl-C = quit\n";
 
 bool parseOptions(int argc, char** argv, Options& o)
 {
@@ -82,7 +98,9 @@ bool parseOptions(int argc, char** argv, Options& o)
             return true;
         };
         std::string v;
-        if (a == "--window")
+        if (a == "--help" || a == "-h")
+            return false;
+        else if (a == "--window")
             o.window = true;
         else if (a == "--headless")
             o.headless = true;
@@ -171,6 +189,7 @@ private:
     bool makeSegment();
     pid_t spawn(const std::string& program, bool preload);
     void reap();
+    void repaintDesktop();
     void pollScreen();
     bool pressKey(int raw, bool down);
     bool step();
@@ -344,9 +363,11 @@ bool Phone::start()
         m_fonts = UTK_BUILD_FONTS;
         m_simfb = UTK_BUILD_SIMFB;
     } else {
-        m_bin = dirOf(selfDir()) + "/libexec/utk";
-        m_fonts = dirOf(selfDir()) + "/share/utk/fonts";
-        m_simfb = dirOf(selfDir()) + "/lib/libutksimfb.so";
+        // <prefix>/bin/utk-phone
+        const std::string prefix = dirOf(selfDir());
+        m_bin = prefix + "/" UTK_INSTALL_LIBEXECDIR "/utk";
+        m_fonts = prefix + "/" UTK_INSTALL_DATADIR "/utk/fonts";
+        m_simfb = prefix + "/" UTK_INSTALL_LIBDIR "/libutksimfb.so";
     }
 
     if (!m_o.log.empty()) {
@@ -379,7 +400,7 @@ bool Phone::start()
     sigaction(SIGHUP, &sa, nullptr);
     signal(SIGPIPE, SIG_IGN);
 
-    if (!m_o.headless && m_o.script.empty())
+    if (!m_o.headless && !m_o.window && m_o.script.empty())
         m_terminal = makeTerminalView();
     if (m_terminal && m_o.log.empty()) {
         // The phonelets' lines would spoil the picture: they go to a file.
@@ -425,9 +446,38 @@ bool Phone::start()
     }
     for (const std::string& p : m_o.extra)
         spawn(p, true);
+    if (m_o.bundled)
+        repaintDesktop();
     m_changedAt = nowMs();
     m_stepAt = nowMs();
     return true;
+}
+
+// A buffered LCD's screen fills the shared drawing buffer with background
+// when it is created, so each phonelet that starts wipes what the desktop
+// drew (the next flush would show it). Once every phonelet has attached the
+// segment, the desktop is asked (SIGUSR1) to paint itself again.
+void Phone::repaintDesktop()
+{
+    if (m_segment < 0)
+        return;
+    size_t running = 0;
+    for (const Child& c : m_children)
+        running += c.pid > 0;
+    const int64_t until = nowMs() + 20000;
+    for (;;) {
+        shmid_ds ds;
+        if (shmctl(m_segment, IPC_STAT, &ds) != 0 || ds.shm_nattch >= running)
+            break;
+        reap();
+        if (g_signal.load() || m_quit || nowMs() > until) {
+            say("not every phonelet attached the drawing buffer");
+            break;
+        }
+        usleep(10000);
+    }
+    if (!m_children.empty() && m_children.front().server && m_children.front().pid > 0)
+        kill(m_children.front().pid, SIGUSR1);
 }
 
 void Phone::reap()

@@ -139,8 +139,15 @@ std::string golden(const std::string& name)
     return readFile(textart::goldenPath(name));
 }
 
+#ifdef UTK_PHONE_NO_PROCESSES
+#define SKIP_WITHOUT_PROCESSES() GTEST_SKIP() << "cannot start the phone's programs here"
+#else
+#define SKIP_WITHOUT_PROCESSES() (void)0
+#endif
+
 TEST(Phone, ScriptWalksThroughThePhoneletsAndLeavesNothing)
 {
+    SKIP_WITHOUT_PROCESSES();
     const std::string dir = tempDir();
     const int code = run({PHONE, "--headless", "--snap", dir, "--script",
                           std::string(UTK_SOURCE_DIR) + "/tests/phone/walk.script", "--log", dir + "/log"},
@@ -171,6 +178,7 @@ TEST(Phone, ScriptWalksThroughThePhoneletsAndLeavesNothing)
 
 TEST(Phone, KilledPhoneletsAreReportedAndCleanedUp)
 {
+    SKIP_WITHOUT_PROCESSES();
     const std::string dir = tempDir();
     {
         // A client dies: the phone goes on without it.
@@ -214,6 +222,7 @@ bool eventually(F probe, int seconds)
 
 TEST(Phone, TerminalViewInTmuxFollowsKeys)
 {
+    SKIP_WITHOUT_PROCESSES();
     if (shell("command -v tmux >/dev/null") != 0)
         GTEST_SKIP() << "tmux is not installed";
     const std::string dir = tempDir();
@@ -261,6 +270,7 @@ bool readPng(const std::string& path, snapshot::Picture& out)
 
 TEST(Phone, WindowViewUnderXvfbShowsTheLcd)
 {
+    SKIP_WITHOUT_PROCESSES();
     if (shell("command -v Xvfb >/dev/null") != 0)
         GTEST_SKIP() << "Xvfb is not installed";
     const std::string dir = tempDir();
