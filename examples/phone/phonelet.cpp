@@ -17,6 +17,7 @@
 
 #include "uappclient.h"
 #include "ufontmanager.h"
+#include "uevent.h"
 #include "ukeyevent.h"
 #include "ulabel.h"
 #include "ulistevent.h"
@@ -31,6 +32,9 @@ namespace {
 const unsigned short SERVER_PORT = 65529;
 const unsigned char REQUEST_SCREEN = 0x08;
 const unsigned char GIVE_SCREEN = 0x20;
+
+// Our own event type: drop the window (see hideWindow).
+const unsigned short DROP_WINDOW = 200;
 
 std::atomic<bool> g_frontRequested(false);
 std::atomic<int> g_frontValue(0);
@@ -139,7 +143,9 @@ Phonelet::~Phonelet()
 
 void Phonelet::hideWindow()
 {
-    dropWindow();
+    // Usually called from the window's own key handling: the window goes
+    // once that has returned.
+    postEvent(new UEvent(this, DROP_WINDOW));
 }
 
 void Phonelet::dropWindow()
@@ -147,15 +153,16 @@ void Phonelet::dropWindow()
     if (!m_window)
         return;
     windowGone();
-    UWidget* window = m_window;
-    m_window = nullptr;
-    delete window;
-    // Rows that stepping left as windows of their own.
+    // Rows that stepping left as windows of their own go first (which also
+    // takes them out of their lists); the others go with the window.
     std::vector<UWidget*> rows;
     rows.swap(m_rows);
     for (UWidget* row : rows)
         if (!row->getParent())
             delete row;
+    UWidget* window = m_window;
+    m_window = nullptr;
+    delete window;
 }
 
 void Phonelet::adoptStray(UWidget* row)
@@ -185,6 +192,7 @@ void Phonelet::event(UEvent* e)
         shown();
         break;
     case 7: // HIDE: draw nothing more; the new owner paints the screen
+    case DROP_WINDOW:
         dropWindow();
         break;
     case 5:

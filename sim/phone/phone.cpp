@@ -205,11 +205,11 @@ private:
     std::vector<Child> m_children;
     std::unique_ptr<View> m_terminal, m_window;
     // The screen as last seen, and when it last changed.
-    uint32_t m_syncs = 0;
     std::vector<unsigned char> m_memory;
     snapshot::Picture m_picture;
     int64_t m_changedAt = 0;
     int m_frames = 0;
+    int m_framesAtPress = 0;
     // Script state.
     std::vector<ScriptStep> m_steps;
     size_t m_next = 0;
@@ -230,8 +230,8 @@ void Phone::say(const std::string& text)
         std::fprintf(stderr, "utk-phone: %s\n", text.c_str());
     if (m_logFd >= 0) {
         const std::string line = "utk-phone: " + text + "\n";
-        if (::write(m_logFd, line.data(), line.size()) < 0) {
-        }
+        const ssize_t written = ::write(m_logFd, line.data(), line.size());
+        (void)written; // nowhere left to report a failing log
     }
 }
 
@@ -476,8 +476,15 @@ void Phone::repaintDesktop()
         }
         usleep(10000);
     }
-    if (!m_children.empty() && m_children.front().server && m_children.front().pid > 0)
-        kill(m_children.front().pid, SIGUSR1);
+    if (m_children.empty() || !m_children.front().server || m_children.front().pid <= 0)
+        return;
+    // Wait for the repaint's flush, so that a script starts on a whole
+    // desktop.
+    const uint32_t syncs = SimFramebuffer::syncCount();
+    kill(m_children.front().pid, SIGUSR1);
+    const int64_t repainted = nowMs() + 10000;
+    while (SimFramebuffer::syncCount() == syncs && !g_signal.load() && nowMs() < repainted)
+        usleep(10000);
 }
 
 void Phone::reap()
@@ -503,18 +510,14 @@ void Phone::reap()
 
 void Phone::pollScreen()
 {
-    const uint32_t syncs = SimFramebuffer::syncCount();
     const unsigned char* memory = SimFramebuffer::memory();
     if (!memory)
         return;
     const size_t size = SimFramebuffer::memorySize();
     // Direct LCDs are drawn into before their sync and emulated ones are
     // written by the conversion without one: compare the memory itself.
-    if (!m_memory.empty() && std::memcmp(m_memory.data(), memory, size) == 0) {
-        m_syncs = syncs;
+    if (!m_memory.empty() && std::memcmp(m_memory.data(), memory, size) == 0)
         return;
-    }
-    m_syncs = syncs;
     m_memory.assign(memory, memory + size);
     const uint32_t line = size / m_o.height;
     if (!snapshot::fromDevice(m_memory.data(), size, m_o.width, m_o.height, m_o.depth, line, m_picture))
@@ -534,6 +537,8 @@ void Phone::pollScreen()
 
 bool Phone::pressKey(int raw, bool down)
 {
+    if (down)
+        m_framesAtPress = m_frames;
     const unsigned char byte = static_cast<unsigned char>((raw & 0x7F) | (down ? 0 : 0x80));
     return ::write(m_pipe, &byte, 1) == 1;
 }
@@ -579,15 +584,20 @@ bool Phone::step()
             pressKey(s.number, false);
             break;
         case ScriptStep::Settle:
+        case ScriptStep::Await:
             // Quiet for the whole period, counted from the step's start too,
-            // so that a key's effect has had time to begin.
+            // so that a key's effect has had time to begin; await also
+            // wants a change since the last key press first.
             if (!m_stepHalf) {
                 m_stepHalf = true;
                 m_settleFrom = now;
             }
-            if (now - m_settleFrom < 15000
-                && (now - m_changedAt < s.number || now - m_settleFrom < s.number))
+            if (now - m_settleFrom >= 15000) {
+                say("line " + std::to_string(s.line) + ": the screen did not settle in 15 s");
+            } else if ((s.kind == ScriptStep::Await && m_frames == m_framesAtPress)
+                       || now - m_changedAt < s.number || now - m_settleFrom < s.number) {
                 return true;
+            }
             break;
         case ScriptStep::Snap:
             snap(s.text);

@@ -28,13 +28,15 @@
 //   tap KEY [MS]       press, hold MS (default 100), release
 //   settle [MS]        until the screen has not changed for MS (default
 //                      600; at most 15 s)
+//   await [MS]         until the screen has changed since the last key
+//                      was pressed, then as settle (at most 15 s)
 //   snap NAME          NAME.png (4x) and NAME.txt (text art) in the
 //                      snapshot directory
 //   kill PROGRAM [SIG] send a signal (default 9) to a started phonelet
 //   quit               end the phone
 // KEY is a name (see keymap.h) or a raw number.
 struct ScriptStep {
-    enum Kind { Wait, Press, Release, Tap, Settle, Snap, Kill, Quit } kind = Wait;
+    enum Kind { Wait, Press, Release, Tap, Settle, Await, Snap, Kill, Quit } kind = Wait;
     int number = 0;   // milliseconds, raw key or signal
     int hold = 100;   // Tap: milliseconds between press and release
     std::string text; // Snap: name; Kill: program

@@ -63,11 +63,11 @@ bool parseScript(const std::string& text, std::vector<ScriptStep>& steps, std::s
             } else if (w.size() != 2) {
                 return fail(cmd + " takes one key");
             }
-        } else if (cmd == "settle") {
-            s.kind = ScriptStep::Settle;
+        } else if (cmd == "settle" || cmd == "await") {
+            s.kind = cmd == "settle" ? ScriptStep::Settle : ScriptStep::Await;
             s.number = 600;
             if (w.size() > 2 || (w.size() == 2 && !number(w[1], s.number, 15000)))
-                return fail("settle takes milliseconds");
+                return fail(cmd + " takes milliseconds");
         } else if (cmd == "snap") {
             s.kind = ScriptStep::Snap;
             if (w.size() != 2 || w[1].find('/') != std::string::npos || w[1][0] == '.')

@@ -183,7 +183,7 @@ TEST(Phone, KilledPhoneletsAreReportedAndCleanedUp)
     {
         // A client dies: the phone goes on without it.
         std::ofstream(dir + "/client.script") << "settle 800\nkill phone-calllog\nwait 300\n"
-                                                 "tap menu\nsettle\nsnap launcher\nquit\n";
+                                                 "tap menu\nawait\nsnap launcher\nquit\n";
         const int code = run({PHONE, "--headless", "--snap", dir, "--script", dir + "/client.script",
                               "--log", dir + "/log"},
                              {TIME}, 60);
@@ -287,10 +287,14 @@ TEST(Phone, WindowViewUnderXvfbShowsTheLcd)
     const std::string socket = "/tmp/.X11-unix/X" + std::to_string(display);
     struct stat st;
     ASSERT_TRUE(eventually([&] { return stat(socket.c_str(), &st) == 0; }, 20));
-    std::ofstream(dir + "/script") << "settle 800\ntap menu\nsettle\nquit\n";
+    std::ofstream(dir + "/script") << "settle 800\ntap menu\nawait\nquit\n";
     const int code = run({PHONE, "--window", "--scale", "4", "--read-back", dir + "/window.png", "--script",
                           dir + "/script", "--log", dir + "/log"},
-                         {TIME, "DISPLAY=:" + std::to_string(display), "SDL_AUDIODRIVER=dummy"}, 60);
+                         {TIME, "DISPLAY=:" + std::to_string(display), "SDL_AUDIODRIVER=dummy",
+                          // SDL's D-Bus connection is never freed.
+                          "LSAN_OPTIONS=report_objects=1:suppressions=" + std::string(UTK_SOURCE_DIR)
+                              + "/tests/phone/lsan.supp"},
+                         60);
     kill(x, SIGTERM);
     waitpid(x, nullptr, 0);
     const std::string log = readFile(dir + "/log");
