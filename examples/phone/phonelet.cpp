@@ -19,6 +19,7 @@
 #include "ufontmanager.h"
 #include "uevent.h"
 #include "ukeyevent.h"
+#include "ukeys.h"
 #include "ulabel.h"
 #include "ulistevent.h"
 #include "ulistwidget.h"
@@ -194,6 +195,7 @@ void Phonelet::event(UEvent* e)
     case 7: // HIDE: draw nothing more; the new owner paints the screen
     case DROP_WINDOW:
         dropWindow();
+        m_keysDown.clear();
         break;
     case 5:
     case 6:
@@ -208,8 +210,23 @@ void Phonelet::event(UEvent* e)
 
 bool Phonelet::keyEvent(UKeyEvent* e)
 {
-    if (!m_window)
+    // A key belongs to whoever is on screen when it goes down. The server
+    // sends every key to each phonelet in turn, so the phonelet on screen
+    // may hand the screen over on a release before the next phonelet has
+    // even received that release: the new owner must not act on it.
+    const auto down = std::find(m_keysDown.begin(), m_keysDown.end(), e->m_key);
+    const bool ours = down != m_keysDown.end();
+    if (e->m_state == KEY_PRESSED && m_window && !ours)
+        m_keysDown.push_back(e->m_key);
+    else if (e->m_state == KEY_RELEASED && ours)
+        m_keysDown.erase(down);
+    if (!m_window) {
+        if (e->m_state == KEY_RELEASED && ours)
+            return true;
         return hiddenKey(e);
+    }
+    if (e->m_state != KEY_PRESSED && !ours)
+        return true;
     return UApplication::keyEvent(e);
 }
 

@@ -14,7 +14,9 @@
 // - Keys: every enabled phonelet receives every key, on screen or not (the
 //   server fans them out to all). On screen they go to the window; off
 //   screen to hiddenKey(), which ignores them unless a phonelet overrides
-//   it (the launcher wakes up on the menu key).
+//   it (the launcher wakes up on the menu key). A key belongs to the
+//   phonelet that was on screen when it went down: its release and repeats
+//   reach no other window, even one shown in between (see keyEvent).
 // - Screen requests that the toolkit's client has no operation for:
 //   REQUEST_SCREEN must come from the phonelet's registered port, so it is
 //   written through the client's own socket (the process's UDP socket on
@@ -101,6 +103,7 @@ private:
 
     UWidget* m_window = nullptr;
     std::vector<UWidget*> m_rows;
+    std::vector<unsigned short> m_keysDown; // pressed while on screen
     UTimer m_poll;
 };
 
