@@ -237,3 +237,38 @@ TEST(ServerScreen, FirstDesktopRegistrationClearsItsArea)
 }
 
 } // namespace
+
+namespace {
+
+// Another process holds the port: one clear line, the start is still
+// signalled, the thread ends instead of spinning on failed reads, and a
+// ServerMode application around it still comes up and goes.
+TEST(ServerPortTaken, OneLineNoSpinAndTheApplicationRuns)
+{
+    SysUdpSocket squatter;
+    ASSERT_EQ(0, squatter.open(65529, SysAddressFamilyIPv4, "Squatter", "127.0.0.1"));
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    {
+        UAppServer server;
+        server.start();
+        server.waitForStart();
+        EXPECT_FALSE(server.isListening());
+        server.join(); // ends by itself
+    }
+    UApplication* app = new UApplication("CallLogPhonelet", new MemoryScreen, UApplication::ServerMode);
+    ASSERT_NE(nullptr, app->appServer());
+    delete app;
+    std::string out = testing::internal::GetCapturedStdout();
+    testing::internal::GetCapturedStderr();
+    const std::string line =
+        "UAppServer: cannot listen on 127.0.0.1:65529, screen sharing is off in this process\n";
+    EXPECT_EQ(line + line, out);
+    // The application's own client registered with whoever holds the port.
+    unsigned char buf[4] = {0, 0, 0, 0};
+    EXPECT_EQ(3, squatter.read(buf, 3, nullptr, nullptr));
+    EXPECT_EQ(0x01, buf[0]);
+    EXPECT_EQ(0x05, buf[1]);
+}
+
+} // namespace

@@ -166,3 +166,102 @@ struct KeyFifo {
 };
 
 #endif
+
+#include <mutex>
+
+#include "uappclient.h"
+#include "uapplication.h"
+#include "ukeyevent.h"
+
+// An application that records every key, show and hide event posted to it
+// (from the client thread) as "k<code>/<state>", "show" or "hide", and
+// passes every other event on to the event loop.
+class RecordingApp : public UApplication {
+public:
+    RecordingApp(const UString& name, UScreenIfc* screen, UApplication::UIMode mode)
+        : UApplication(name, screen, mode)
+    {
+        // Complete: the client may call our postEvent from now on.
+        if (appClient())
+            appClient()->beginDelivery();
+    }
+    // Our members go before UApplication's destructor halts the client.
+    ~RecordingApp() override
+    {
+        if (appClient())
+            appClient()->halt();
+    }
+    void postEvent(UEvent* e) override
+    {
+        if (e->getTarget() == this && (e->getType() == UEvent::Key || e->getType() == UEvent::AppShow ||
+                                       e->getType() == UEvent::AppHide)) {
+            std::string what = e->getType() == UEvent::AppShow ? "show"
+                               : e->getType() == UEvent::AppHide
+                                   ? "hide"
+                                   : "k" + std::to_string(static_cast<UKeyEvent*>(e)->m_key) + "/" +
+                                         std::to_string(static_cast<UKeyEvent*>(e)->m_state);
+            delete e;
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_events.push_back(what);
+            return;
+        }
+        UApplication::postEvent(e);
+    }
+    std::vector<std::string> events()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_events;
+    }
+    size_t eventCount() { return events().size(); }
+    void clearEvents()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_events.clear();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<std::string> m_events;
+};
+
+inline std::string joined(const std::vector<std::string>& v)
+{
+    std::string out;
+    for (const std::string& s : v)
+        out += s + " ";
+    return out;
+}
+
+#include <sstream>
+
+// "" when the texts are equal, else the first line where they differ (long
+// logs stay readable when a test fails).
+inline std::string firstDifference(const std::string& expected, const std::string& actual)
+{
+    std::istringstream e(expected), a(actual);
+    std::string le, la;
+    for (int line = 1;; ++line) {
+        bool me = static_cast<bool>(std::getline(e, le));
+        bool ma = static_cast<bool>(std::getline(a, la));
+        if (!me && !ma)
+            return expected == actual ? "" : "the texts differ in their last line end";
+        if (!me || !ma || le != la)
+            return "line " + std::to_string(line) + ": expected \"" + (me ? le : "<end>") +
+                   "\", got \"" + (ma ? la : "<end>") + "\"";
+    }
+}
+
+// True while some socket holds 127.0.0.1:port.
+inline bool portTaken(unsigned short port)
+{
+    SysUdpSocket probe;
+    // open() prints a line when the bind fails; keep it out of the logs.
+    int saved = ::dup(2);
+    int null = ::open("/dev/null", O_WRONLY);
+    ::dup2(null, 2);
+    bool taken = probe.open(port, SysAddressFamilyIPv4, "Probe", "127.0.0.1") != 0;
+    ::dup2(saved, 2);
+    ::close(saved);
+    ::close(null);
+    return taken;
+}
