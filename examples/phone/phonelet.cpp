@@ -113,13 +113,19 @@ void sendThrough(int fd, unsigned char command, unsigned char a, unsigned char b
 Phonelet::Phonelet(const UString& name, UApplication::UIMode mode)
     : UApplication(name, new UScreenZQ4(), mode), m_poll(this, 50)
 {
+    // Nothing else here: the screen client's thread already posts through
+    // this object's virtual postEvent, so the constructors of the derived
+    // classes should end as soon as they can. The rest is run()'s.
+}
+
+void Phonelet::run()
+{
     const std::string fonts = fontDir();
     fontManager()->loadFont(UString(fonts + "utk-text-12.bdf"), UString("text"));
     fontManager()->loadFont(UString(fonts + "utk-icons-10.bdf"), UString("icons"));
     setFont(UString("text"));
     setIconFont(UString("icons"));
     UWidget::setPositioningMode(UWidget::Relative);
-    setEnabled(true);
 
     struct sigaction sa = {};
     sa.sa_sigaction = onFrontSignal;
@@ -133,7 +139,11 @@ Phonelet::Phonelet(const UString& name, UApplication::UIMode mode)
     sigemptyset(&stop.sa_mask);
     sigaction(SIGTERM, &stop, nullptr);
     sigaction(SIGINT, &stop, nullptr);
+    // The timer thread posts through the virtual postEvent too: only now
+    // that the whole object is built.
     m_poll.start();
+    setEnabled(true);
+    UApplication::run();
 }
 
 Phonelet::~Phonelet()

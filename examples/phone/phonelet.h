@@ -54,6 +54,10 @@ public:
     Phonelet(const UString& name, UApplication::UIMode mode);
     ~Phonelet() override;
 
+    // Loads the fonts, takes the signals, enables keys, then runs the
+    // event loop (UApplication::run).
+    void run();
+
     void event(UEvent* event) override;
     bool keyEvent(UKeyEvent* event) override;
     void timerEvent(UTimerEvent* event) override;

@@ -34,6 +34,9 @@ namespace {
 
 const std::string PHONE = std::string(UTK_BINARY_DIR) + "/phone/utk-phone";
 const char* const TIME = "UTK_PHONE_TIME=2026-11-23 09:41";
+// For the phonelets of a ThreadSanitizer build (ignored by the others).
+const std::string TSAN = "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions="
+                         + std::string(UTK_SOURCE_DIR) + "/tests/phone/tsan.supp";
 
 std::string readFile(const std::string& path)
 {
@@ -151,7 +154,7 @@ TEST(Phone, ScriptWalksThroughThePhoneletsAndLeavesNothing)
     const std::string dir = tempDir();
     const int code = run({PHONE, "--headless", "--snap", dir, "--script",
                           std::string(UTK_SOURCE_DIR) + "/tests/phone/walk.script", "--log", dir + "/log"},
-                         {TIME}, 120);
+                         {TIME, TSAN}, 120);
     const std::string log = readFile(dir + "/log");
     ASSERT_EQ(code, 0) << log;
     for (const char* stop : {"desktop", "launcher", "calllog", "calllog-second", "callview",
@@ -186,7 +189,7 @@ TEST(Phone, KilledPhoneletsAreReportedAndCleanedUp)
                                                  "tap menu\nawait\nsnap launcher\nquit\n";
         const int code = run({PHONE, "--headless", "--snap", dir, "--script", dir + "/client.script",
                               "--log", dir + "/log"},
-                             {TIME}, 60);
+                             {TIME, TSAN}, 60);
         const std::string log = readFile(dir + "/log");
         EXPECT_EQ(code, 0) << log;
         EXPECT_NE(log.find("utk-phone: phone-calllog killed by signal 9"), std::string::npos) << log;
@@ -198,7 +201,7 @@ TEST(Phone, KilledPhoneletsAreReportedAndCleanedUp)
         std::ofstream(dir + "/server.script") << "settle 800\nkill phone-desktop\nwait 30000\nquit\n";
         const int code = run({PHONE, "--headless", "--script", dir + "/server.script", "--log",
                               dir + "/log"},
-                             {TIME}, 25);
+                             {TIME, TSAN}, 25);
         const std::string log = readFile(dir + "/log");
         EXPECT_EQ(code, 1) << log;
         EXPECT_NE(log.find("the phone stops"), std::string::npos) << log;
@@ -227,7 +230,7 @@ TEST(Phone, TerminalViewInTmuxFollowsKeys)
         GTEST_SKIP() << "tmux is not installed";
     const std::string dir = tempDir();
     const std::string tmux = "tmux -L utk-phone-test-" + std::to_string(getpid());
-    ASSERT_EQ(shell(tmux + " new-session -d -x 210 -y 40 \"env '" + TIME + "' " + PHONE + " --log " + dir
+    ASSERT_EQ(shell(tmux + " new-session -d -x 210 -y 40 \"env '" + TIME + "' '" + TSAN + "' " + PHONE + " --log " + dir
                     + "/log; sleep 1\""),
               0);
     auto pane = [&] {
@@ -290,7 +293,7 @@ TEST(Phone, WindowViewUnderXvfbShowsTheLcd)
     std::ofstream(dir + "/script") << "settle 800\ntap menu\nawait\nquit\n";
     const int code = run({PHONE, "--window", "--scale", "4", "--read-back", dir + "/window.png", "--script",
                           dir + "/script", "--log", dir + "/log"},
-                         {TIME, "DISPLAY=:" + std::to_string(display), "SDL_AUDIODRIVER=dummy",
+                         {TIME, TSAN, "DISPLAY=:" + std::to_string(display), "SDL_AUDIODRIVER=dummy",
                           // SDL's D-Bus connection is never freed.
                           "LSAN_OPTIONS=report_objects=1:suppressions=" + std::string(UTK_SOURCE_DIR)
                               + "/tests/phone/lsan.supp"},
