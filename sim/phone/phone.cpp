@@ -75,7 +75,8 @@ const char* const USAGE =
     "  --window         an SDL window with a keypad, magnified --scale times (default 6)\n"
     "  --headless       no terminal view\n"
     "  --snap DIR       a PNG (4x) in DIR each time the screen changes\n"
-    "  --script FILE    timed keys (wait, press, release, tap, settle, snap, kill, quit);\n"
+    "  --script FILE    timed keys (wait, press, release, tap, settle, await, snap, kill,\n"
+    "                   quit);\n"
     "                   the phone ends with the script\n"
     "  --log FILE       the phonelets' output and the phone's own lines\n"
     "  --lcd ID         st7525fb (default), st7526fb, 'ST7529 FB' (direct), or any other\n"
@@ -433,7 +434,19 @@ bool Phone::start()
             return false;
         m_children.back().server = true;
         const int64_t until = nowMs() + 20000;
-        while (SimFramebuffer::syncCount() == 0) {
+        // Drawn: a sync request (the phone's controllers), or converted
+        // pixels in the memory of an emulated display (no sync there).
+        auto drawn = [] {
+            const unsigned char* m = SimFramebuffer::memory();
+            const size_t n = SimFramebuffer::memorySize();
+            if (SimFramebuffer::syncCount() > 0)
+                return true;
+            for (size_t i = 0; m && i < n; ++i)
+                if (m[i])
+                    return true;
+            return false;
+        };
+        while (!drawn()) {
             reap();
             if (m_children.empty() || m_children.front().pid < 0 || g_signal.load() || nowMs() > until) {
                 say("the desktop did not come up");
@@ -459,8 +472,8 @@ bool Phone::start()
 // segment, the desktop is asked (SIGUSR1) to paint itself again.
 void Phone::repaintDesktop()
 {
-    if (m_segment < 0)
-        return;
+    if (m_segment < 0 || m_o.lcd.compare(0, 5, "st752") != 0)
+        return; // only a buffered LCD's screen fills the buffer
     size_t running = 0;
     for (const Child& c : m_children)
         running += c.pid > 0;
