@@ -9,9 +9,13 @@
 // clears the instance first, then destroys the key listener, the font
 // manager, the event loop, the window manager, the screen, the server and
 // the client, in that order. Threads of the server, the client and the key
-// listener are stopped and joined before their objects go.
+// listener are stopped, woken and joined at the start of the destructor,
+// before the instance is cleared, so none of them runs while the
+// application is taken apart.
 #ifndef UAPPLICATION_H
 #define UAPPLICATION_H
+
+#include <atomic>
 
 #include "uagent.h"
 #include "uglobal.h"
@@ -101,7 +105,8 @@ private:
     UString m_font;
     UString m_iconFont;
     UGlobal::ULocale m_locale;
-    bool m_enabled;
+    // Read by the screen client's thread.
+    std::atomic<bool> m_enabled;
 };
 
 #endif

@@ -7,10 +7,13 @@
 #include <mutex>
 #include <sstream>
 
+#include "uappclient.h"
+#include "uappserver.h"
 #include "uevent.h"
 #include "ueventloop.h"
 #include "ufontmanager.h"
 #include "ukeyevent.h"
+#include "ukeylistener.h"
 #include "uscreenifc.h"
 #include "uwidget.h"
 #include "uwindowmanager.h"
@@ -74,28 +77,50 @@ UApplication::UApplication(const UString& name, UScreenIfc* screen, UApplication
         appInstance = this;
     }
 
-    // ServerMode: the screen server is created, started and waited for here,
-    // before the event loop exists (the screen-sharing services are not part
-    // of this build yet).
+    // ServerMode: the screen server is listening before anything else
+    // exists, so that the first registration finds it.
+    if (m_uiMode == ServerMode) {
+        m_appServer = new UAppServer();
+        m_appServer->start();
+        m_appServer->waitForStart();
+    }
 
     m_eventLoop = new UEventLoop();
     m_windowManager = new UWindowManager();
     m_fontManager = new UFontManager();
 
+    if (m_uiMode == ServerMode) {
+        m_keyListener = new UKeyListener();
+        m_keyListener->start();
+    }
+
     m_windowManager->init();
 
-    // ServerMode: the key listener starts before init(); ServerMode and
-    // ClientMode: the screen client starts last, once the event loop and the
-    // window manager exist.
+    // The screen client starts last, once the event loop and the window
+    // manager exist for the events it posts.
+    if (m_uiMode == ServerMode || m_uiMode == ClientMode) {
+        m_appClient = new UAppClient();
+        m_appClient->start();
+    }
 }
 
 UApplication::~UApplication()
 {
+    // The screen-sharing threads end before anything is taken apart, so
+    // none of them can reach the application, its event loop or its
+    // server while they go. Their objects are destroyed below, in order.
+    if (m_keyListener)
+        m_keyListener->halt();
+    if (m_appClient)
+        m_appClient->halt();
+    if (m_appServer)
+        m_appServer->halt();
     {
         std::lock_guard<std::recursive_mutex> lock(instanceMutex());
         appInstance = nullptr;
     }
-    // The key listener would go first, the screen server and client last.
+    delete m_keyListener;
+    m_keyListener = nullptr;
     delete m_fontManager;
     m_fontManager = nullptr;
     delete m_eventLoop;
@@ -104,6 +129,10 @@ UApplication::~UApplication()
     m_windowManager = nullptr;
     delete m_screen;
     m_screen = nullptr;
+    delete m_appServer;
+    m_appServer = nullptr;
+    delete m_appClient;
+    m_appClient = nullptr;
 }
 
 UApplication* UApplication::instance()
@@ -169,15 +198,18 @@ bool UApplication::keyEvent(UKeyEvent* e)
     return window->keyEvent(e);
 }
 
+// Forwarded to the screen client in ClientMode only: the ServerMode
+// process never asks for the full screen, although it has a client.
 void UApplication::requestFullScreen()
 {
-    // Forwarded to the screen client in ClientMode only; without a client
-    // there is nothing to ask.
+    if (m_uiMode == ClientMode && m_appClient)
+        m_appClient->requestFullScreen();
 }
 
 void UApplication::releaseFullScreen()
 {
-    // As requestFullScreen().
+    if (m_uiMode == ClientMode && m_appClient)
+        m_appClient->releaseFullScreen();
 }
 
 UString UApplication::getPhoneletName(char number)

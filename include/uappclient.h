@@ -1,0 +1,71 @@
+// UAppClient: each ServerMode or ClientMode application's link to the
+// screen server. Its thread registers the application under its phonelet
+// number, then turns the server's datagrams into events posted to the
+// application: SHOW into type 8, HIDE into type 7, KEY_EVENT into a key
+// event (only while the application is enabled, never in the desktop).
+// Its three requests send RELEASE_SCREEN, REQUEST_FULL_SCREEN and
+// RELEASE_FULL_SCREEN from the calling thread.
+//
+// The receive loop (run()) reads one datagram at a time and hands it to
+// handleMessage(), which does all the dispatching.
+//
+// Choices of this implementation:
+// - Teardown: halt() (also run by the destructor) clears the stop flag,
+//   shuts the socket's reading side, which wakes the blocked read at once,
+//   and joins the thread. UApplication halts its client before it clears
+//   its instance, so the thread never posts into an application that is
+//   being taken apart, and no lock is held while the application's
+//   postEvent() (which a phonelet may override) runs.
+// - Open or bind failure: not examined, as for every send; the failed
+//   socket's reads fail and are logged as malformed messages, paced at
+//   one every 100 ms from the second failure in a row on.
+// - Datagrams from any sender are obeyed: the protocol trusts every local
+//   process (see uappcomms.h).
+// - Without an application (instance() null) nothing is posted and the
+//   registration carries the number 0.
+#ifndef UAPPCLIENT_H
+#define UAPPCLIENT_H
+
+#include "uappcomms.h"
+#include "uthreadable.h"
+#include "ustring.h"
+
+class SysUdpSocket;
+
+class UAppClient : public UThreadable {
+public:
+    // Creates and opens the socket on 127.0.0.1, a port the system picks.
+    UAppClient();
+    // Runs halt(), then deletes the socket.
+    ~UAppClient() override;
+
+    // Ends the thread: stop, wake the blocked read, join. Idempotent.
+    void halt();
+
+    // The phonelet number of a name: 1 to 7 for the seven phonelet names
+    // of UApplication, 0 for any other.
+    static char getAppName(const UString& name);
+
+    void releaseScreen();
+    void requestFullScreen();
+    void releaseFullScreen();
+
+    // Dispatch of one received datagram of `count` bytes (the read's
+    // result, possibly negative); `buffer` holds at least 3 readable bytes
+    // (zero where nothing was received).
+    void handleMessage(const unsigned char* buffer, int count);
+
+    // The port the system gave the socket (0 when it is not open).
+    unsigned short localPort() const;
+
+protected:
+    void run() override;
+
+private:
+    void sendCommand(UAppComms::UAppCommand command, char argument);
+    std::string logPrefix() const;
+
+    SysUdpSocket* m_socket;
+};
+
+#endif
