@@ -20,6 +20,10 @@
 //   UTKSIM_FB_SHM    shm_open name of the memory file (default "/utksimfb")
 //   UTKSIM_MODEL     hardware model code handed to SysHardwareVersion at
 //                    load (49, 61, 62, ...); unset leaves the default
+//   UTKSIM_FB_ATTACH set (not "0"): use the file that already exists under
+//                    UTKSIM_FB_SHM as it is (geometry from its header)
+//                    instead of creating a fresh one; how the phonelets of
+//                    utk-phone share the one device
 // The device memory lives in that POSIX shared-memory file behind a header
 // page (simfbshared.h), where a viewer such as utk-snap finds it. Each
 // configure() replaces the file by a fresh one: memory zero, sync count 0.

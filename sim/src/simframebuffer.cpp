@@ -122,6 +122,38 @@ bool configureLocked(State& s, const char* id, uint32_t xres, uint32_t yres, uin
     return true;
 }
 
+// Maps the file that another process configured (the phone's supervisor),
+// so that every phonelet of the phone shows on the one device. The header
+// must be valid and the file long enough for the memory it announces.
+bool attachLocked(State& s)
+{
+    const int fd = shm_open(s.shmName.c_str(), O_RDWR, 0);
+    if (fd < 0) {
+        fprintf(stderr, "utksimfb: no simulated LCD %s to attach to\n", s.shmName.c_str());
+        return false;
+    }
+    struct stat st;
+    SimFbHeader h;
+    const bool sized = fstat(fd, &st) == 0 && static_cast<uint64_t>(st.st_size) >= sizeof h
+                       && pread(fd, &h, sizeof h, 0) == static_cast<ssize_t>(sizeof h);
+    if (!sized || h.magic != SimFbHeader::MAGIC || h.version != SimFbHeader::VERSION
+        || static_cast<uint64_t>(h.memoryOffset) + h.memorySize > static_cast<uint64_t>(st.st_size)) {
+        fprintf(stderr, "utksimfb: %s is not a simulated LCD\n", s.shmName.c_str());
+        ::close(fd);
+        return false;
+    }
+    const size_t total = static_cast<size_t>(st.st_size);
+    void* view = mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    ::close(fd);
+    if (view == MAP_FAILED) {
+        perror("utksimfb: mmap");
+        return false;
+    }
+    s.view = static_cast<unsigned char*>(view);
+    s.viewLength = total;
+    return true;
+}
+
 // The device of the environment when nobody configured one; s.lock is held.
 bool ensureConfigured(State& s)
 {
@@ -132,6 +164,9 @@ bool ensureConfigured(State& s)
         if (name && *name)
             s.shmName = name;
     }
+    const char* attach = getenv("UTKSIM_FB_ATTACH");
+    if (attach && *attach && strcmp(attach, "0") != 0)
+        return attachLocked(s);
     const char* id = getenv("UTKSIM_FB_ID");
     return configureLocked(s, id ? id : "utksim", envNumber("UTKSIM_FB_XRES", 320),
                            envNumber("UTKSIM_FB_YRES", 240), envNumber("UTKSIM_FB_BPP", 32),
