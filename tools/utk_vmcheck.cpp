@@ -174,18 +174,18 @@ int main(int argc, char** argv)
             else if (!readArt(base + "-lcd.txt", screen.stride(), screen.height(), lcd))
                 result = "no drawing buffer of " + std::to_string(screen.stride() * 8) + "x"
                     + std::to_string(screen.height()) + " in " + base + "-lcd.txt";
-            else if (!readPng(base + "-vm.png", got))
-                result = "cannot read " + base + "-vm.png";
             else {
                 memcpy(screen.buffer(), lcd.data(), lcd.size());
                 screen.flush();
                 if (!snapshot::fromDevice(SimFramebuffer::memory(), SimFramebuffer::memorySize(), w, h,
                                           bpp, line, want))
                     result = "cannot picture the simulated device";
-                else {
-                    snapshot::writePng(want, base + "-expected.png");
+                else if (!snapshot::writePng(want, base + "-expected.png"))
+                    result = "cannot write " + base + "-expected.png";
+                else if (!readPng(base + "-vm.png", got))
+                    result = "cannot read " + base + "-vm.png";
+                else
                     result = compare(want, got);
-                }
             }
             printf("%s %s: %s\n", label.c_str(), step.c_str(), result.c_str());
             if (result != "ok")
