@@ -19,12 +19,28 @@
 // - Open or bind failure: not examined, as for every send; the failed
 //   socket's reads fail and are logged as malformed messages, paced at
 //   one every 100 ms from the second failure in a row on.
+// - Delivery waits for the application to be complete: the thread starts
+//   inside UApplication's constructor, while a derived application (one
+//   that overrides postEvent, say) is still being built, and calling its
+//   virtuals then would race with its construction and could miss its
+//   override. So the thread registers and reads at once, but holds the
+//   first event it would post until beginDelivery(), which
+//   UApplication::run() calls; a derived application that wants events
+//   before run() (a test driving the loop by hand) calls it at the end of
+//   its own constructor. Datagrams wait in the socket meanwhile, in order;
+//   halt() releases the wait. The mirror case: a derived application's
+//   destructor runs before UApplication's halts the client, so one whose
+//   postEvent override uses its own members calls appClient()->halt()
+//   first thing in its destructor.
 // - Datagrams from any sender are obeyed: the protocol trusts every local
 //   process (see uappcomms.h).
 // - Without an application (instance() null) nothing is posted and the
 //   registration carries the number 0.
 #ifndef UAPPCLIENT_H
 #define UAPPCLIENT_H
+
+#include <condition_variable>
+#include <mutex>
 
 #include "uappcomms.h"
 #include "uthreadable.h"
@@ -41,6 +57,8 @@ public:
 
     // Ends the thread: stop, wake the blocked read, join. Idempotent.
     void halt();
+    // Lets the thread post events to the application from now on.
+    void beginDelivery();
 
     // The phonelet number of a name: 1 to 7 for the seven phonelet names
     // of UApplication, 0 for any other.
@@ -64,8 +82,14 @@ protected:
 private:
     void sendCommand(UAppComms::UAppCommand command, char argument);
     std::string logPrefix() const;
+    // Waits for beginDelivery() or halt(); false when halted.
+    bool waitForDelivery();
 
     SysUdpSocket* m_socket;
+    std::mutex m_deliveryMutex;
+    std::condition_variable m_deliveryReady;
+    bool m_deliveryOpen;
+    bool m_halted;
 };
 
 #endif

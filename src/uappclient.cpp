@@ -12,7 +12,7 @@
 #include "uevent.h"
 #include "ukeyevent.h"
 
-UAppClient::UAppClient() : m_socket(new SysUdpSocket())
+UAppClient::UAppClient() : m_socket(new SysUdpSocket()), m_deliveryOpen(false), m_halted(false)
 {
     (void)m_socket->open(0, SysAddressFamilyIPv4, "AppClient", "127.0.0.1");
 }
@@ -29,7 +29,29 @@ void UAppClient::halt()
     stop();
     if (m_socket)
         m_socket->shutdownRead();
+    {
+        std::lock_guard<std::mutex> lock(m_deliveryMutex);
+        m_deliveryOpen = true;
+        m_halted = true;
+    }
+    m_deliveryReady.notify_all();
     join();
+}
+
+void UAppClient::beginDelivery()
+{
+    {
+        std::lock_guard<std::mutex> lock(m_deliveryMutex);
+        m_deliveryOpen = true;
+    }
+    m_deliveryReady.notify_all();
+}
+
+bool UAppClient::waitForDelivery()
+{
+    std::unique_lock<std::mutex> lock(m_deliveryMutex);
+    m_deliveryReady.wait(lock, [this] { return m_deliveryOpen; });
+    return !m_halted;
 }
 
 char UAppClient::getAppName(const UString& name)
@@ -125,8 +147,12 @@ void UAppClient::handleMessage(const unsigned char* buffer, int count)
         UAppComms::writeLine(UAppComms::malformedLine(logPrefix(), count, buffer));
         return;
     }
+    signed char command = static_cast<signed char>(buffer[0]);
+    if ((command == UAppComms::SHOW || command == UAppComms::HIDE || command == UAppComms::KEY_EVENT) &&
+        !waitForDelivery())
+        return;
     UApplication* app = UApplication::instance();
-    switch (static_cast<signed char>(buffer[0])) {
+    switch (command) {
     case UAppComms::HIDE:
         if (app)
             app->postEvent(new UEvent(app, UEvent::AppHide));

@@ -153,6 +153,9 @@ void UApplication::postThroughInstance(UEvent* event)
 
 void UApplication::run()
 {
+    // The application is complete now: the screen client may post to it.
+    if (m_appClient)
+        m_appClient->beginDelivery();
     if (m_eventLoop)
         m_eventLoop->run();
 }
