@@ -103,6 +103,10 @@ public:
     }
     ~ReportingApp() override
     {
+        // The client thread calls our postEvent(): end it before this part
+        // of the object goes.
+        if (appClient())
+            appClient()->halt();
         if (m_counter)
             munmap(m_counter, sizeof(uint32_t));
     }
