@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <sstream>
@@ -43,6 +44,20 @@ inline std::vector<std::string> emulatorWords()
     return words;
 }
 
+// `name` as found in PATH when it has no slash (execve does not search).
+inline std::string inPath(const std::string& name)
+{
+    const char* path = std::getenv("PATH");
+    if (name.find('/') != std::string::npos || !path)
+        return name;
+    std::stringstream ss(path);
+    std::string dir;
+    while (std::getline(ss, dir, ':'))
+        if (!dir.empty() && access((dir + "/" + name).c_str(), X_OK) == 0)
+            return dir + "/" + name;
+    return name;
+}
+
 class PhoneletProcess {
 public:
     PhoneletProcess(const std::string& label, const std::vector<std::string>& args,
@@ -51,6 +66,8 @@ public:
     {
         std::vector<std::string> argv = emulatorWords();
         argv.insert(argv.end(), args.begin(), args.end());
+        if (!argv.empty())
+            argv[0] = inPath(argv[0]); // the emulator command may be a bare name ("env")
         std::vector<std::string> env;
         for (char** e = environ; *e; ++e)
             env.push_back(*e);
