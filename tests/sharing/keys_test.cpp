@@ -67,8 +67,9 @@ protected:
     }
     void TearDown() override
     {
-        if (!stderrChecked && fifo)
+        if (!stderrChecked && fifo) {
             EXPECT_EQ(kFallback, stopAndStderr());
+        }
         delete fifo;
         UTimerManager::instance()->setPaused(false);
     }
