@@ -34,6 +34,9 @@
 //   first thing in its destructor.
 // - Datagrams from any sender are obeyed: the protocol trusts every local
 //   process (see uappcomms.h).
+// - The thread reads the application's enabled flag (atomic) and its name;
+//   the name is set at construction and a phonelet does not change it
+//   while the client runs.
 // - Without an application (instance() null) nothing is posted and the
 //   registration carries the number 0.
 #ifndef UAPPCLIENT_H

@@ -64,21 +64,6 @@ TEST(ClientDispatch, EveryFirstByteAndTheKeyFilters)
     EXPECT_EQ("", firstDifference(expectedLog, log));
 }
 
-TEST(ClientDispatch, PhoneletNumbers)
-{
-    const UString names[] = {UApplication::DESKTOPPHONELET,    UApplication::APPLAUNCHERPHONELET,
-                             UApplication::CALLVIEWPHONELET,   UApplication::ADMINPHONELET,
-                             UApplication::CALLLOGPHONELET,    UApplication::LDAPPHONELET,
-                             UApplication::MESSAGESPHONELET};
-    for (int i = 0; i < 7; ++i) {
-        EXPECT_EQ(i + 1, UAppClient::getAppName(names[i]));
-        EXPECT_EQ(names[i], UApplication::getPhoneletName(static_cast<char>(i + 1)));
-    }
-    EXPECT_EQ(0, UAppClient::getAppName("desktopPhonelet"));
-    EXPECT_EQ(0, UAppClient::getAppName("DesktopPhonelet "));
-    EXPECT_EQ(0, UAppClient::getAppName(""));
-}
-
 // Registration, obeying the server and any other local sender, the three
 // requests, and a teardown while the client thread is blocked in its read.
 TEST(ClientWire, RegistersObeysAnySenderAndSendsItsRequests)

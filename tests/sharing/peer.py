@@ -1,29 +1,16 @@
 #!/usr/bin/env python3
-"""A local process on the screen-sharing wire, independent of the toolkit.
+"""A local process on the screen-sharing wire, independent of the toolkit
+(standard library only). Plays clients against a real server, or a server
+against a real client, from a scenario file (argument 1):
 
-It plays clients against a real server, or a server against a real client,
-from a scenario file (argument 1), one command per line:
-
-  open NAME [PORT]        a UDP socket on 127.0.0.1 (port 0: the system's
-                          choice); the port 65529 makes it the server
-  send NAME HEX... [@X]   one datagram from NAME's socket, the bytes in hex;
-                          to port 65529, or @PORT, or @peer: the sender of
-                          the last datagram NAME received (@peer=S: the
-                          sender of the last datagram S received)
-  expect N                wait until N datagrams have arrived on all sockets
-                          together (at most 5 s), then 60 ms of quiet, and
-                          print what arrived, in arrival order
+  open NAME [PORT]        a UDP socket on 127.0.0.1 (port 0: any)
+  send NAME HEX... [@X]   one datagram from NAME to port 65529, or to @PORT,
+                          or @peer (@peer=S): the last sender to NAME (to S)
+  expect N                wait for N datagrams on all sockets (at most 5 s)
+                          plus 60 ms of quiet; print "NAME <- HEX HEX HEX"
+                          for each, ordered by the kernel's receive
+                          timestamps, and "timeout: got K of N" if short
   sleep MS
-  # comment
-
-Printed lines: "NAME <- HEX HEX HEX" for every datagram received, "port
-NAME" lines are never printed (ports are the system's choice), "open
-NAME failed" when a bind fails, and "timeout: got K of N" when fewer
-datagrams came than expected. Arrival order across sockets comes from the
-kernel's receive timestamps (SO_TIMESTAMPNS), so a HIDE to one peer that
-the server wrote before a SHOW to another prints first.
-
-Only the standard library's socket module and its friends are used.
 """
 import select
 import socket
