@@ -20,13 +20,15 @@
 #ifndef UAGENT_H
 #define UAGENT_H
 
+#include "utkexport.h"
+
 #include <set>
 
 class UEvent;
 class UKeyEvent;
 class UTimerEvent;
 
-class UAgent {
+class UTK_EXPORT UAgent {
 public:
     explicit UAgent(UAgent* listener = nullptr);
     virtual ~UAgent();

@@ -43,6 +43,8 @@
 #ifndef UAPPCLIENT_H
 #define UAPPCLIENT_H
 
+#include "utkexport.h"
+
 #include <condition_variable>
 #include <mutex>
 
@@ -52,7 +54,7 @@
 
 class SysUdpSocket;
 
-class UAppClient : public UThreadable {
+class UTK_EXPORT UAppClient : public UThreadable {
 public:
     // Creates and opens the socket on 127.0.0.1, a port the system picks.
     UAppClient();

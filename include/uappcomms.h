@@ -16,10 +16,12 @@
 #ifndef UAPPCOMMS_H
 #define UAPPCOMMS_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 #include <string>
 
-class UAppComms {
+class UTK_EXPORT UAppComms {
 public:
     enum UAppCommand : signed char {
         REGISTER = 0x01,

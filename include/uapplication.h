@@ -39,6 +39,8 @@
 #ifndef UAPPLICATION_H
 #define UAPPLICATION_H
 
+#include "utkexport.h"
+
 #include <atomic>
 
 #include "uagent.h"
@@ -55,7 +57,7 @@ class UAppClient;
 class UEvent;
 class UKeyEvent;
 
-class UApplication : public UAgent {
+class UTK_EXPORT UApplication : public UAgent {
 public:
     enum UIMode : int32_t {
         ServerMode = 1,

@@ -47,6 +47,8 @@
 #ifndef UAPPSERVER_H
 #define UAPPSERVER_H
 
+#include "utkexport.h"
+
 #include <atomic>
 #include <list>
 #include <mutex>
@@ -62,7 +64,7 @@
 class SysUdpSocket;
 class URemoteApp;
 
-class UAppServer : public UThreadable {
+class UTK_EXPORT UAppServer : public UThreadable {
 public:
     typedef std::list<URemoteApp*> AppList;
     typedef AppList::iterator AppPosition;

@@ -8,9 +8,11 @@
 #ifndef UDATETIME_H
 #define UDATETIME_H
 
+#include "utkexport.h"
+
 #include <ctime>
 
-class UDateTime {
+class UTK_EXPORT UDateTime {
 public:
     UDateTime();
     ~UDateTime();

@@ -32,6 +32,8 @@
 #ifndef UDATETIMELABEL_H
 #define UDATETIMELABEL_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -41,7 +43,7 @@
 class UTimer;
 class UTimerEvent;
 
-class UDateTimeLabel : public ULabel {
+class UTK_EXPORT UDateTimeLabel : public ULabel {
 public:
     enum DateTimeMode : int32_t {
         ShowTime = 0,

@@ -74,6 +74,8 @@
 #ifndef UDRAWER_H
 #define UDRAWER_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 
 #include "upoint.h"
@@ -87,7 +89,7 @@ typedef struct hb_buffer_t hb_buffer_t;
 struct FT_Bitmap_;
 typedef struct FT_Bitmap_ FT_Bitmap;
 
-class UDrawer {
+class UTK_EXPORT UDrawer {
 public:
     UDrawer();
     virtual ~UDrawer();
@@ -181,11 +183,11 @@ private:
 // Sets the buffer's direction, script and language from the application's
 // locale: 1 Hangul "kr", 2 Han "ch", 3 Katakana "jp", 4 Arabic "ar" right to
 // left, anything else Latin "en"; all but Arabic left to right.
-void adjustBufferForLocale(hb_buffer_t* buffer);
+UTK_EXPORT void adjustBufferForLocale(hb_buffer_t* buffer);
 
 // Draws a one-bit glyph bitmap (most significant bit leftmost, whole bytes of
 // each row's pitch) with its top-left at (x, y), set bits in the drawer's pen
 // value; clear bits leave the screen untouched.
-void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x, unsigned short y);
+UTK_EXPORT void renderGlyph(UDrawer* drawer, FT_Bitmap* bitmap, unsigned short x, unsigned short y);
 
 #endif

@@ -8,11 +8,13 @@
 #ifndef UEVENT_H
 #define UEVENT_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 
 class UAgent;
 
-class UEvent {
+class UTK_EXPORT UEvent {
 public:
     enum Type : unsigned short {
         None = 0,

@@ -23,6 +23,8 @@
 #ifndef UEVENTLOOP_H
 #define UEVENTLOOP_H
 
+#include "utkexport.h"
+
 #include <atomic>
 #include <deque>
 #include <thread>
@@ -33,7 +35,7 @@
 class UAgent;
 class UEvent;
 
-class UEventLoop {
+class UTK_EXPORT UEventLoop {
 public:
     UEventLoop();
     ~UEventLoop();

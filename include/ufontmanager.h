@@ -58,6 +58,8 @@
 #ifndef UFONTMANAGER_H
 #define UFONTMANAGER_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -73,7 +75,7 @@ typedef struct hb_buffer_t hb_buffer_t;
 
 extern int32_t fterr;
 
-class UFontManager {
+class UTK_EXPORT UFontManager {
 public:
     // One glyph as FreeType renders it in monochrome mode.
     struct Glyph {

@@ -9,12 +9,14 @@
 #ifndef UFTHBFONT_H
 #define UFTHBFONT_H
 
+#include "utkexport.h"
+
 struct FT_FaceRec_;
 typedef struct FT_FaceRec_* FT_Face;
 struct hb_font_t;
 typedef struct hb_font_t hb_font_t;
 
-class UFTHBFont {
+class UTK_EXPORT UFTHBFont {
 public:
     UFTHBFont() : m_face(nullptr), m_font(nullptr) {}
     UFTHBFont(FT_Face face, hb_font_t* font) : m_face(face), m_font(font) {}

@@ -2,7 +2,9 @@
 #ifndef UGLOBAL_H
 #define UGLOBAL_H
 
-class UGlobal {
+#include "utkexport.h"
+
+class UTK_EXPORT UGlobal {
 public:
     // The application's locale. It only selects how text is shaped
     // (direction, script and language handed to the shaper); any value

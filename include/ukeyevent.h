@@ -3,11 +3,13 @@
 #ifndef UKEYEVENT_H
 #define UKEYEVENT_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 
 #include "uevent.h"
 
-class UKeyEvent : public UEvent {
+class UTK_EXPORT UKeyEvent : public UEvent {
 public:
     UKeyEvent() : UEvent(), m_key(0), m_state(0) {}
     explicit UKeyEvent(UAgent* target) : UEvent(target), m_key(0), m_state(0) {}

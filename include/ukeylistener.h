@@ -26,6 +26,8 @@
 #ifndef UKEYLISTENER_H
 #define UKEYLISTENER_H
 
+#include "utkexport.h"
+
 #include <atomic>
 
 #include "uagent.h"
@@ -37,7 +39,7 @@
 
 class UTimerEvent;
 
-class UKeyListener : public UThreadable, public UAgent {
+class UTK_EXPORT UKeyListener : public UThreadable, public UAgent {
 public:
     // The key device "/dev/input/keyboards" and the fallback pipe.
     static const UString KEYBOARD_DEVICE;

@@ -16,12 +16,14 @@
 #ifndef ULABEL_H
 #define ULABEL_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 
 #include "ustring.h"
 #include "uwidget.h"
 
-class ULabel : public UWidget {
+class UTK_EXPORT ULabel : public UWidget {
 public:
     enum TextAlignment : int32_t {
         AlignLeft = 0,

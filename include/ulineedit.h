@@ -23,13 +23,15 @@
 #ifndef ULINEEDIT_H
 #define ULINEEDIT_H
 
+#include "utkexport.h"
+
 #include "ustring.h"
 #include "uwidget.h"
 
 class UTimer;
 class UTimerEvent;
 
-class ULineEdit : public UWidget {
+class UTK_EXPORT ULineEdit : public UWidget {
 public:
     explicit ULineEdit(UWidget* parent);
     ~ULineEdit() override;

@@ -10,11 +10,13 @@
 #ifndef ULISTEVENT_H
 #define ULISTEVENT_H
 
+#include "utkexport.h"
+
 #include "uevent.h"
 
 class UListItem;
 
-class UListEvent : public UEvent {
+class UTK_EXPORT UListEvent : public UEvent {
 public:
     UListEvent(unsigned short type, UListItem* item, unsigned int index);
     UListEvent(UAgent* target, UAgent* source, unsigned short type, UListItem* item,

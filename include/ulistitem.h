@@ -11,9 +11,11 @@
 #ifndef ULISTITEM_H
 #define ULISTITEM_H
 
+#include "utkexport.h"
+
 #include "uwidget.h"
 
-class UListItem : public UWidget {
+class UTK_EXPORT UListItem : public UWidget {
 public:
     UListItem();
     ~UListItem() override;

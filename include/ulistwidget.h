@@ -55,13 +55,15 @@
 #ifndef ULISTWIDGET_H
 #define ULISTWIDGET_H
 
+#include "utkexport.h"
+
 #include <list>
 
 #include "uwidget.h"
 
 class UListItem;
 
-class UListWidget : public UWidget {
+class UTK_EXPORT UListWidget : public UWidget {
 public:
     static constexpr unsigned int NoIndex = 0xFFFFFFFFu;
 

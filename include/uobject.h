@@ -3,11 +3,13 @@
 #ifndef UOBJECT_H
 #define UOBJECT_H
 
+#include "utkexport.h"
+
 #include <list>
 
 #include "uagent.h"
 
-class UObject : public UAgent {
+class UTK_EXPORT UObject : public UAgent {
 public:
     explicit UObject(UObject* parent = nullptr);
     ~UObject() override;

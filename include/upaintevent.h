@@ -12,11 +12,13 @@
 #ifndef UPAINTEVENT_H
 #define UPAINTEVENT_H
 
+#include "utkexport.h"
+
 #include "uevent.h"
 
 class UWidget;
 
-class UPaintEvent : public UEvent {
+class UTK_EXPORT UPaintEvent : public UEvent {
 public:
     explicit UPaintEvent(UWidget* widget);
     ~UPaintEvent() override;

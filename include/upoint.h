@@ -6,9 +6,11 @@
 #ifndef UPOINT_H
 #define UPOINT_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 
-class UPoint {
+class UTK_EXPORT UPoint {
 public:
     UPoint() : m_x(0), m_y(0) {}
     UPoint(unsigned short x, unsigned short y) : m_x(x), m_y(y) {}

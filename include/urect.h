@@ -17,11 +17,13 @@
 #ifndef URECT_H
 #define URECT_H
 
+#include "utkexport.h"
+
 #include <string>
 
 #include "upoint.h"
 
-class URect {
+class UTK_EXPORT URect {
 public:
     URect();
     URect(const UPoint& p1, const UPoint& p2);

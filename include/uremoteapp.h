@@ -4,9 +4,11 @@
 #ifndef UREMOTEAPP_H
 #define UREMOTEAPP_H
 
+#include "utkexport.h"
+
 #include "ustring.h"
 
-class URemoteApp {
+class UTK_EXPORT URemoteApp {
 public:
     URemoteApp(const UString& name, unsigned short port);
     virtual ~URemoteApp();

@@ -18,7 +18,9 @@
 #ifndef USCREENIFC_H
 #define USCREENIFC_H
 
-class UScreenIfc {
+#include "utkexport.h"
+
+class UTK_EXPORT UScreenIfc {
 public:
     virtual ~UScreenIfc() {}
 

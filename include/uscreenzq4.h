@@ -72,6 +72,8 @@
 #ifndef USCREENZQ4_H
 #define USCREENZQ4_H
 
+#include "utkexport.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -79,7 +81,7 @@
 
 #include "uscreenifc.h"
 
-class UScreenZQ4 : public UScreenIfc {
+class UTK_EXPORT UScreenZQ4 : public UScreenIfc {
 public:
     // System V key of the shared drawing buffer.
     static const int32_t SHM_KEY = 200555;

@@ -8,10 +8,12 @@
 #ifndef USTANDARDLISTITEM_H
 #define USTANDARDLISTITEM_H
 
+#include "utkexport.h"
+
 #include "ulistitem.h"
 #include "ustring.h"
 
-class UStandardListItem : public UListItem {
+class UTK_EXPORT UStandardListItem : public UListItem {
 public:
     explicit UStandardListItem(UString text, unsigned short icon = 0);
     ~UStandardListItem() override;

@@ -14,11 +14,13 @@
 #ifndef USTRING_H
 #define USTRING_H
 
+#include "utkexport.h"
+
 #include <string>
 #include <vector>
 
 template <typename T>
-class UBasicString {
+class UTK_EXPORT UBasicString {
 public:
     static const unsigned int npos;
     static T safetyBox;

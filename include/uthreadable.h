@@ -18,12 +18,14 @@
 #ifndef UTHREADABLE_H
 #define UTHREADABLE_H
 
+#include "utkexport.h"
+
 #include <atomic>
 #include <string>
 
 #include "systhread.h"
 
-class UThreadable : private SysThreadable {
+class UTK_EXPORT UThreadable : private SysThreadable {
 public:
     UThreadable();
     ~UThreadable() override;

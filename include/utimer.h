@@ -20,6 +20,8 @@
 #ifndef UTIMER_H
 #define UTIMER_H
 
+#include "utkexport.h"
+
 #include <atomic>
 #include <vector>
 
@@ -28,7 +30,7 @@
 
 class UTimerManager;
 
-class UTimer : public UAgent {
+class UTK_EXPORT UTimer : public UAgent {
 public:
     UTimer(UAgent* owner, unsigned long long interval);
     ~UTimer() override;

@@ -6,9 +6,11 @@
 #ifndef UTIMEREVENT_H
 #define UTIMEREVENT_H
 
+#include "utkexport.h"
+
 #include "uevent.h"
 
-class UTimerEvent : public UEvent {
+class UTK_EXPORT UTimerEvent : public UEvent {
 public:
     UTimerEvent() : UEvent(nullptr, nullptr, UEvent::Timer), m_timerId(0), m_timerSerial(0) {}
     explicit UTimerEvent(unsigned short timerId)

@@ -53,6 +53,8 @@
 #ifndef UTIMERMANAGER_H
 #define UTIMERMANAGER_H
 
+#include "utkexport.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -66,7 +68,7 @@
 class UTimer;
 class UEvent;
 
-class UTimerManager : private UThreadable {
+class UTK_EXPORT UTimerManager : private UThreadable {
 public:
     static UTimerManager* instance();
 

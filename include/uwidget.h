@@ -45,6 +45,8 @@
 #ifndef UWIDGET_H
 #define UWIDGET_H
 
+#include "utkexport.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -57,7 +59,7 @@ class UDrawer;
 class UPaintEvent;
 class UKeyEvent;
 
-class UWidget : public UObject {
+class UTK_EXPORT UWidget : public UObject {
 public:
     enum StyleFlag : uint8_t {
         Background = 1,

@@ -24,11 +24,13 @@
 #ifndef UWINDOWMANAGER_H
 #define UWINDOWMANAGER_H
 
+#include "utkexport.h"
+
 #include <list>
 
 class UWidget;
 
-class UWindowManager {
+class UTK_EXPORT UWindowManager {
 public:
     UWindowManager();
     virtual ~UWindowManager();

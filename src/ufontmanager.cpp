@@ -22,7 +22,7 @@
 #include "uapplication.h"
 #include "udrawer.h"
 
-int32_t fterr = 0;
+UTK_EXPORT int32_t fterr = 0;
 
 namespace {
 
