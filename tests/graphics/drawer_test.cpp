@@ -29,7 +29,8 @@ Points takeDrawn(MemoryScreen& s)
 
 using DrawerTest = GraphicsTest;
 
-TEST_F(DrawerTest, LifetimeBracketsTheScreenAndClipsToTheLimits)
+// The clip is tested before the translation (see also the clip golden).
+TEST_F(DrawerTest, LifetimeLimitsClipAndTranslationsModulo65536)
 {
     {
         UDrawer d;
@@ -42,10 +43,8 @@ TEST_F(DrawerTest, LifetimeBracketsTheScreenAndClipsToTheLimits)
     }
     EXPECT_EQ(screen->endCalls, 1);
     EXPECT_EQ(screen->flushCalls, 2);
-}
 
-TEST_F(DrawerTest, PixelRoutineAppliesLimitsBeforeAnythingElse)
-{
+    // The pixel routine applies the limits before anything else.
     UDrawer d;
     screen->recordPixels = true;
     d.drawPixel(199, 0);
@@ -54,22 +53,16 @@ TEST_F(DrawerTest, PixelRoutineAppliesLimitsBeforeAnythingElse)
     EXPECT_TRUE(screen->pixels.empty());
     d.drawPixel(198, 47);
     d.drawPixel(3, 4, 77); // any non-zero value is background
-    ASSERT_EQ(screen->pixels.size(), 2u);
-    EXPECT_EQ(screen->pixels[0], (MemoryScreen::PixelCall{198, 47, 0}));
-    EXPECT_EQ(screen->pixels[1], (MemoryScreen::PixelCall{3, 4, 77}));
+    EXPECT_EQ(screen->pixels, (std::vector<MemoryScreen::PixelCall>{{198, 47, 0}, {3, 4, 77}}));
     EXPECT_EQ(screen->inkCount(), 1);
     d.setPen(255); // the pen can erase
     d.drawPixel(198, 47);
     EXPECT_EQ(screen->inkCount(), 0);
-}
+    screen->pixels.clear();
 
-// The clip is tested before the translation (see also the clip golden).
-TEST_F(DrawerTest, TranslationsAddUpModulo65536AfterTheClip)
-{
-    UDrawer d;
     d.translate(10, 0);
     d.setClipRect(URect(UPoint(0, 0), UPoint(20, 47)));
-    screen->recordPixels = true;
+    d.setPen(0);
     d.drawPixel(20, 47);
     d.drawPixel(21, 47);           // outside the clip
     d.translate(UPoint(65526, 3)); // back by 10, down by 3

@@ -13,23 +13,13 @@
 #include "memoryscreen.h"
 #include "simframebuffer.h"
 #include "syshardwareversion.h"
+#include "textart.h"
 #include "uapplication.h"
 #include "udrawer.h"
 #include "ufontmanager.h"
 #include "uscreenzq4.h"
 
 namespace {
-
-std::string art(UScreenIfc& s)
-{
-    std::string out;
-    for (unsigned short y = 0; y < s.height(); ++y) {
-        for (unsigned short x = 0; x < s.width(); ++x)
-            out += s.pixel(x, y) ? '.' : '#';
-        out += '\n';
-    }
-    return out;
-}
 
 // Draws every case on the application's screen and answers the picture
 // after each.
@@ -79,7 +69,7 @@ std::vector<std::string> drawCases(UScreenIfc& screen)
             for (int i = 0; i < 2; ++i)
                 d.drawText(texts[i], c.x, static_cast<unsigned short>(c.y + 13 * i), false);
             d.drawIcon(0xE108, static_cast<unsigned short>(c.x + 7), static_cast<unsigned short>(c.y + 26));
-            pictures.push_back(art(screen));
+            pictures.push_back(textart::fromScreen(screen, 0, 0, screen.width(), screen.height()));
         }
     }
     return pictures;

@@ -1,6 +1,6 @@
 // The flush conversions onto colour displays, against a plain per-pixel
 // reference of the same rules on random images, byte for byte over the
-// whole device memory, and a few pictures checked by hand.
+// whole device memory.
 #include <random>
 #include <vector>
 
@@ -99,29 +99,4 @@ TEST_F(ScreenTest, FlushMatchesThePerPixelConversionOnRandomImages)
             EXPECT_EQ(SimFramebuffer::syncCount(), 0u);
         }
     }
-}
-
-// The reference itself, checked on pictures worked out by hand.
-TEST_F(ScreenTest, FlushPicturesByHand)
-{
-    // 32 bpp: 192 x 48 centred at (64, 96), ink black, background white.
-    open("utksim", 320, 240, 32, 0, 1152);
-    inkOnly(0, 0);
-    screen->setPixel(191, 47, 0);
-    screen->flush();
-    EXPECT_EQ(mem32(96 * 320 + 64), 0xFFFFFFFFu);
-    EXPECT_EQ(mem32(96 * 320 + 65), 0xFF000000u);
-    EXPECT_EQ(mem32(143 * 320 + 255), 0xFFFFFFFFu);
-    for (size_t outside : {96 * 320 + 63, 95 * 320 + 64, 143 * 320 + 256, 144 * 320 + 255})
-        EXPECT_EQ(mem32(outside), 0u) << outside;
-
-    // 16 bpp: one buffer pixel is a 3 x 3 block; 162 x 48 at (77, 28).
-    SysHardwareVersion::setModel(49);
-    open("utksim", 640, 200, 16, 0, 1008);
-    inkOnly(0, 0);
-    screen->flush();
-    for (size_t dy = 0; dy < 4; ++dy)
-        for (size_t dx = 0; dx < 4; ++dx)
-            EXPECT_EQ(mem16((28 + dy) * 640 + 77 + dx), dx < 3 && dy < 3 ? 0x0000 : 0xFFFF);
-    EXPECT_EQ(mem16(28 * 640 + 76), 0x0000) << "left of the image stays untouched";
 }

@@ -92,18 +92,6 @@ protected:
     }
 
     unsigned char* mem8() { return SimFramebuffer::memory(); }
-    uint16_t mem16(size_t i) { uint16_t v; memcpy(&v, mem8() + 2 * i, 2); return v; }
-    uint32_t mem32(size_t i) { uint32_t v; memcpy(&v, mem8() + 4 * i, 4); return v; }
-    bool memoryUntouched() // still all zero
-    {
-        return std::all_of(mem8(), mem8() + SimFramebuffer::memorySize(), [](unsigned char b) { return b == 0; });
-    }
-    // Buffer all background but for ink at (x, y).
-    void inkOnly(unsigned short x, unsigned short y)
-    {
-        memset(screen->buffer(), 0xFF, static_cast<size_t>(screen->stride()) * screen->height());
-        screen->setPixel(x, y, 0);
-    }
 
     std::unique_ptr<UScreenZQ4> screen;
     std::string out;

@@ -124,7 +124,6 @@ TEST_F(DateTimeLabelTest, DayLabelsComeMondayFirstAndAreMeasuredInTheWidgetsFont
     label->setDayLabels({"X"}); // too few: ignored
     EXPECT_EQ(next(), "MO 01.01.24");
 
-    REQUIRE_FONTS();
     label->setDayLabels({"M", "TUESDAY", "W", "T", "F", "S", "S"});
     EXPECT_EQ(label->getDayOfWeekLength(), UDrawer::textWidth("TUESDAY", "text"));
     label->setFont("no such font");
@@ -155,7 +154,6 @@ class DateTimeGoldenTest : public SceneTest {};
 
 TEST_P(DateTimeGoldenTest, ClockAndDate)
 {
-    REQUIRE_FONTS();
     ::testing::internal::CaptureStdout();
     UDateTimeLabel* clock = place(new UDateTimeLabel(panel), 20, 12, 60, 16);
     UDateTimeLabel* date = place(new UDateTimeLabel(panel), 90, 12, 90, 16);

@@ -24,7 +24,6 @@ class LabelTest : public WidgetTest {};
 // The pictures pin the ordinary offsets; these are the edges around them.
 TEST_F(LabelTest, OffsetsAtTheEdges)
 {
-    REQUIRE_FONTS();
     ASSERT_EQ(40, UDrawer::textWidth("Calls: 12"));
     UString icons(ICON_UP);
     icons.append(ICON_WIDE); // measured as wide as the first: 20 in all
@@ -98,7 +97,6 @@ static ULabel* buildLabels(UWidget& win)
 
 TEST_F(LabelTest, Pictures)
 {
-    REQUIRE_FONTS();
     {
         UWidget win(nullptr);
         ULabel* both = buildLabels(win);

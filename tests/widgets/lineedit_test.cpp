@@ -65,7 +65,6 @@ TEST_F(LineEditTest, LeftOnEmptyTextSendsTypeFourToTheListenerOnly)
 
 TEST_F(LineEditTest, CursorStandsAfterTheTextFromRowTwoToHeightMinusTwo)
 {
-    REQUIRE_FONTS();
     const std::string cursor = "..################..";
     edit->timerEvent(nullptr);
     ASSERT_TRUE(edit->isCursorVisible());
@@ -119,7 +118,6 @@ class LineEditGoldenTest : public SceneTest {};
 
 TEST_P(LineEditGoldenTest, DigitsWithTheCursorShown)
 {
-    REQUIRE_FONTS();
     ULineEdit* edit = place(new ULineEdit(panel), 40, 14, 120, 18);
     for (unsigned short k : {KEY_0, KEY_3, KEY_0, KEY_1, KEY_2, KEY_3, KEY_4, KEY_4, KEY_LEFT})
         ASSERT_TRUE(key(*edit, k));

@@ -111,14 +111,25 @@ TEST_F(ListTest, AddingMakesChildrenAndMovesTheIndexWithItsRowSilently)
 TEST_F(ListTest, KeysStepOnReleaseOnlyAndReportEachStep)
 {
     fill(3);
+    rows[1]->setVisible(false);
+    rows[2]->setVisible(false);
     EXPECT_FALSE(key(*list, KEY_UP)); // at the first row
     for (int state : {KEY_PRESSED, KEY_HELD}) {
         EXPECT_FALSE(key(*list, KEY_DOWN, state));
         EXPECT_FALSE(key(*list, KEY_SELECT, state));
     }
-    EXPECT_TRUE(key(*list, KEY_DOWN));
-    // The old row left the children and became a window; the new one is a
-    // child at the front.
+    // The first step travels from the application: the list repaints when
+    // the old row leaves, the new row when shown, the list again when it is
+    // added, one flush each; the old row became a window.
+    forget();
+    const int flushes = screen->flushCalls;
+    app->postEvent(makeKey(app, KEY_DOWN, KEY_PRESSED));
+    drain();
+    EXPECT_EQ(screen->flushCalls, flushes);
+    app->postEvent(makeKey(app, KEY_DOWN, KEY_RELEASED));
+    EXPECT_EQ(emitted(log), (Log{"5:r1:1"}));
+    EXPECT_EQ(paints(), (Targets{list, rows[1], list}));
+    EXPECT_EQ(screen->flushCalls, flushes + 3);
     EXPECT_EQ(rows[0]->getParent(), nullptr);
     EXPECT_TRUE(isWindow(rows[0]));
     EXPECT_EQ(list->getChildren().front(), rows[1]);
@@ -128,26 +139,8 @@ TEST_F(ListTest, KeysStepOnReleaseOnlyAndReportEachStep)
     EXPECT_TRUE(key(*list, KEY_SELECT));
     EXPECT_FALSE(key(*list, KEY_LEFT));
     EXPECT_FALSE(key(*list, KEY_5));
-    EXPECT_EQ(emitted(log), (Log{"5:r1:1", "5:r2:2", "5:r1:1", "6:r1:1"}));
+    EXPECT_EQ(emitted(log), (Log{"5:r2:2", "5:r1:1", "6:r1:1"}));
     EXPECT_EQ(state(), "r0,r1,r2@1"); // stepping never changes the sequence
-}
-
-TEST_F(ListTest, KeyPressTravelsFromTheApplicationToTheListAndTheScreen)
-{
-    fill(3);
-    rows[1]->setVisible(false);
-    rows[2]->setVisible(false);
-    forget();
-    const int flushes = screen->flushCalls;
-    app->postEvent(makeKey(app, KEY_DOWN, KEY_PRESSED));
-    EXPECT_TRUE(emitted(log).empty());
-    EXPECT_EQ(screen->flushCalls, flushes);
-    app->postEvent(makeKey(app, KEY_DOWN, KEY_RELEASED));
-    EXPECT_EQ(emitted(log), (Log{"5:r1:1"}));
-    // The list repaints when the old row leaves, the new row when it is
-    // shown, the list again when it is added; each paint flushes once.
-    EXPECT_EQ(paints(), (Targets{list, rows[1], list}));
-    EXPECT_EQ(screen->flushCalls, flushes + 3);
 }
 
 TEST_F(ListTest, RemovingTheCurrentRowStepsAwayFirst)
@@ -252,9 +245,9 @@ TEST_F(ListTest, RowsOutliveTheirListAndRowsInTwoListsLeaveBoth)
     rows.clear();
 }
 
-// The arrows, pixel by pixel. The list is painted twice, on a light and on
-// a dark screen; '#' marks a pixel drawn dark, '.' one cleared to the
-// background, ' ' one left alone.
+// The arrows, pixel by pixel (both arrows on a middle row: the list golden).
+// Painted on a light and on a dark screen: '#' drawn dark, '.' cleared to
+// the background, ' ' left alone.
 class ListArrowTest : public ListTest {
 protected:
     std::string arrows(const URect& r, int rowCount, unsigned int current, int x, int w)
@@ -281,24 +274,8 @@ protected:
     }
 };
 
-TEST_F(ListArrowTest, ArrowsStandAtTheListsWidthAndClearTheirBoxes)
+TEST_F(ListArrowTest, ArrowsStandAtTheListsRightEdgeAndClearTheirBoxes)
 {
-    // Left 0, 199 wide (W = 198): the column 193-198 is cleared over the
-    // list's height (rows 4-15); both arrows on a middle row. Art columns
-    // 180-198.
-    EXPECT_EQ(arrows(URect(0, 4, 199, 12), 3, 1, 180, 19),
-              "             ......\n"
-              "             ......\n"
-              "             ......\n"
-              "             ..#...\n"
-              "             .###..\n"
-              "             #####.\n"
-              "             ......\n"
-              "             #####.\n"
-              "             .###..\n"
-              "             ..#...\n"
-              "             ......\n"
-              "             ......\n");
     // Right edge 191 (W = 191, so x0 = 192): arrows in columns 187-191. On
     // the first row the up box is cleared and the down arrow drawn over
     // whatever was there; the column 193-198 is cleared although it lies
@@ -334,10 +311,7 @@ TEST_F(ListArrowTest, ArrowsStandAtTheListsWidthAndClearTheirBoxes)
 
 TEST_F(ListArrowTest, OneRowDrawsNothingAndArrowsOffOnlyClearTheBoxes)
 {
-    std::string blank;
-    for (int i = 0; i < 10; ++i)
-        blank += std::string(19, ' ') + "\n";
-    EXPECT_EQ(arrows(URect(0, 0, 199, 10), 1, 0, 180, 19), blank);
+    EXPECT_EQ(arrows(URect(0, 0, 199, 10), 1, 0, 180, 19).find_first_not_of(" \n"), std::string::npos);
     list->setPaintArrowState(false);
     EXPECT_EQ(arrows(URect(0, 0, 199, 10), 2, 1, 180, 19),
               "                   \n"
@@ -358,7 +332,6 @@ class ListGoldenTest : public SceneTest {};
 
 TEST_P(ListGoldenTest, MiddleRowWithBothArrows)
 {
-    REQUIRE_FONTS();
     UListWidget* list = place(new UListWidget(panel), 12, 10, 170, 16);
     list->appendItem(new UStandardListItem("Anna 0301234", 0xE106)); // incoming call
     list->appendItem(new UStandardListItem("Bert 555-77", 0xE107));  // outgoing call

@@ -1,17 +1,14 @@
 // Shared fixture for the widget tests: an application on an in-memory
-// screen that records every event posted through it, with the project's
-// fonts loaded (when present) and the timer manager paused so that time
-// moves only through tick(); a probe widget that logs its paint and key
-// calls; a recorder of list and line-edit events; and a scene for golden
-// pictures in both positioning modes.
+// screen that records every posted event, the project's fonts loaded, the
+// timer manager paused (time moves only through tick()), a probe widget
+// logging its paint and key calls, a recorder of emitted events, and the
+// golden scene in both positioning modes.
 #ifndef UTK_TESTS_WIDGET_FIXTURE_H
 #define UTK_TESTS_WIDGET_FIXTURE_H
 
-#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -122,14 +119,10 @@ protected:
         app = new RecordingApp(screen);
         wm = app->windowManager();
         const std::string dir = UTK_SOURCE_DIR "/fonts/";
-        fontsLoaded = std::ifstream(dir + "utk-text-12.bdf").good() &&
-                      std::ifstream(dir + "utk-icons-10.bdf").good();
-        if (fontsLoaded) {
-            app->fontManager()->loadFont(dir + "utk-text-12.bdf", "text");
-            app->fontManager()->loadFont(dir + "utk-icons-10.bdf", "icons");
-            app->setFont("text");
-            app->setIconFont("icons");
-        }
+        app->fontManager()->loadFont(dir + "utk-text-12.bdf", "text");
+        app->fontManager()->loadFont(dir + "utk-icons-10.bdf", "icons");
+        app->setFont("text");
+        app->setIconFont("icons");
     }
     void TearDown() override
     {
@@ -186,27 +179,15 @@ protected:
     RecordingApp* app = nullptr;
     UWindowManager* wm = nullptr;
     std::unique_ptr<UWidget> root;
-    bool fontsLoaded = false;
 };
 
-#define REQUIRE_FONTS()                                                                            \
-    do {                                                                                           \
-        if (!fontsLoaded)                                                                          \
-            GTEST_SKIP() << "fonts not found under fonts/";                                       \
-    } while (0)
-
-// One golden picture: the positioning mode and the style flags given to the
-// widgets under test. A fully styled absolute and a plain relative picture
-// between them cover both modes and both the styled and unstyled paths; the
-// list's arrow column, off the screen in the relative scene, shows its
-// clearing against the inverted brush in the absolute one.
+// One golden picture: positioning mode and style flags of the widgets under
+// test. Styled absolute and plain relative cover both modes and both paths.
 struct GoldenCase {
     UWidget::PositioningMode mode;
     uint8_t flags;
     const char* name;
 };
-
-inline void PrintTo(const GoldenCase& c, std::ostream* os) { *os << c.name; }
 
 const GoldenCase goldenCases[] = {
     {UWidget::Absolute, UWidget::Background | UWidget::Border | UWidget::Inverted,
