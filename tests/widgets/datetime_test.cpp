@@ -53,7 +53,7 @@ TEST_F(DateTimeLabelTest, WeekdayAndLeapYearForEveryDayFrom1900To2100)
     EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(2024), 491u);
 }
 
-TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparator)
+TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
 {
     // A fresh label shows the zero date (a Friday) and says it is obsolete;
     // setters show at the next tick.
@@ -76,11 +76,8 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparator)
     EXPECT_EQ(label->getSeconds(), 62u);
     label->setMode(UDateTimeLabel::ShowDate); // the date stays
     EXPECT_EQ(next(), "SUN 31.12.23");
-}
 
-TEST_F(DateTimeLabelTest, TwelveHourDial)
-{
-    label->setMode(UDateTimeLabel::ShowTime);
+    label->setMode(UDateTimeLabel::ShowTime); // the twelve-hour dial
     label->set24mode(false);
     EXPECT_EQ(clockAt(12, 30, 0), "12:30pm");
     EXPECT_EQ(label->getHours().toUTF8(), "00");

@@ -161,8 +161,9 @@ TEST_F(ListTest, RemovingTheCurrentRowStepsAwayFirst)
     EXPECT_TRUE(emitted(log).empty());
 }
 
-TEST_F(ListTest, ClearReportsNoRowButKeepsTheChildren)
+TEST_F(ListTest, ClearKeepsTheChildrenClearAndDeleteDestroysThemOnce)
 {
+    // clear() reports no row and keeps the children.
     fill(2);
     forget();
     list->clear();
@@ -172,10 +173,11 @@ TEST_F(ListTest, ClearReportsNoRowButKeepsTheChildren)
         EXPECT_FALSE(key(*list, k));
     EXPECT_EQ(emitted(log), (Log{"5:null:-1"}));
     EXPECT_EQ(paints(), (Targets{list}));
-}
+    delete rows[0];
+    delete rows[1];
+    rows.clear();
 
-TEST_F(ListTest, ClearAndDeleteItemsDestroysChildrenWindowsAndDuplicatesOnce)
-{
+    // clearAndDeleteItems() destroys children, windows and duplicates once.
     int deaths = 0;
     CountedRow* a = new CountedRow(&deaths);
     CountedRow* c = new CountedRow(&deaths);
