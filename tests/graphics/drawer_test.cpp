@@ -75,7 +75,7 @@ TEST_F(DrawerTest, LifetimeLimitsClipAndTranslationsModulo65536)
     EXPECT_EQ(screen->inkCount(), 3);
 }
 
-TEST_F(DrawerTest, LinesRunFromTheirStartAndStopAtTheLimits)
+TEST_F(DrawerTest, LinesRunFromTheirStartStopAtTheLimitsAndGoToTheScreenFirst)
 {
     UDrawer d;
     screen->recordPixels = true;
@@ -96,11 +96,10 @@ TEST_F(DrawerTest, LinesRunFromTheirStartAndStopAtTheLimits)
     d.fillRect(0, 0, 10, 48);
     EXPECT_TRUE(screen->pixels.empty());
     EXPECT_TRUE(screen->lineOffers.empty());
-}
 
-TEST_F(DrawerTest, ScreenThatDrawsLinesItselfTakesSolidAndDashedLines)
-{
-    UDrawer d;
+    // A screen that draws lines itself takes solid and dashed ones.
+    screen->clear();
+    screen->setPixelCalls = 0;
     screen->acceptLines = true;
     d.drawLine(1, 2, 30, 4);
     d.drawDashedLine(3, 4, 5, 40);
