@@ -89,7 +89,7 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
     EXPECT_EQ(label->getHours().toUTF8(), "13");
 }
 
-TEST_F(DateTimeLabelTest, OtherModesFreezeTheTextAndTheSeparatorBlinksWithoutFlash)
+TEST_F(DateTimeLabelTest, OtherModesFreezeTheSeparatorBlinksWithoutFlashDayLabelsMondayFirst)
 {
     label->setMode(static_cast<UDateTimeLabel::DateTimeMode>(2));
     label->setText("frozen");
@@ -109,10 +109,9 @@ TEST_F(DateTimeLabelTest, OtherModesFreezeTheTextAndTheSeparatorBlinksWithoutFla
     EXPECT_EQ(seen, " : :");
     label->setUseFlash(true);
     EXPECT_EQ(label->getFlash().toUTF8(), " ");
-}
 
-TEST_F(DateTimeLabelTest, DayLabelsComeMondayFirstAndAreMeasuredInTheWidgetsFont)
-{
+    // Day labels come Monday first and are measured in the widget's font.
+    label->setMode(UDateTimeLabel::ShowDate);
     label->setDayLabels({"MO", "TU", "WE", "TH", "FR", "SA", "SU"});
     label->setDate(31, 12, 2023);
     EXPECT_EQ(next(), "SU 31.12.23");
@@ -120,7 +119,6 @@ TEST_F(DateTimeLabelTest, DayLabelsComeMondayFirstAndAreMeasuredInTheWidgetsFont
     EXPECT_EQ(next(), "MO 01.01.24");
     label->setDayLabels({"X"}); // too few: ignored
     EXPECT_EQ(next(), "MO 01.01.24");
-
     label->setDayLabels({"M", "TUESDAY", "W", "T", "F", "S", "S"});
     EXPECT_EQ(label->getDayOfWeekLength(), UDrawer::textWidth("TUESDAY", "text"));
     label->setFont("no such font");
