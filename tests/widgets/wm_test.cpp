@@ -72,8 +72,7 @@ TEST_F(WidgetTest, FocusShowsOneChildOfTheActiveWindow)
 
 TEST_F(WidgetTest, StackingReordersTheActiveWindowsChildren)
 {
-    Log log;
-    ProbeWidget win(nullptr, "win", &log);
+    UWidget win(nullptr);
     UWidget empty(nullptr);
     UWidget* stranger = new UWidget(nullptr);
     wm->show(&empty);
@@ -87,19 +86,14 @@ TEST_F(WidgetTest, StackingReordersTheActiveWindowsChildren)
     EXPECT_TRUE(empty.getChildren().empty());
 
     wm->show(&win);
-    ProbeWidget* a = new ProbeWidget(&win, "a", &log);
-    ProbeWidget* b = new ProbeWidget(&win, "b", &log);
-    ProbeWidget* c = new ProbeWidget(&win, "c", &log);
+    UWidget* a = new UWidget(&win);
+    UWidget* b = new UWidget(&win);
+    UWidget* c = new UWidget(&win);
     forget();
-    log.clear();
     wm->bringToFront(c);
     wm->pushToBack(a);
     EXPECT_EQ((std::list<UObject*>{a, b, c}), win.getChildren());
-    EXPECT_TRUE(app->posted.empty());
-    paint(win);
-    EXPECT_EQ((Log{"win:paint", "a:paint", "a:post", "b:paint", "b:post", "c:paint", "c:post",
-                   "win:post"}),
-              log);
+    EXPECT_TRUE(app->posted.empty()); // painting follows the list (see the painting test)
 
     // A window destroyed with a borrowed entry does not destroy it.
     UWidget* holder = new UWidget(nullptr);
