@@ -145,9 +145,7 @@ TEST_F(DateTimeLabelTest, OneSecondTimerTicksAndRepaints)
 }
 
 // A clock and a date, side by side.
-class DateTimeGoldenTest : public SceneTest {};
-
-TEST_P(DateTimeGoldenTest, ClockAndDate)
+TEST_P(SceneTest, DateTimeClockAndDate)
 {
     ::testing::internal::CaptureStdout();
     UDateTimeLabel* clock = place(new UDateTimeLabel(panel), 20, 12, 60, 16);
@@ -160,5 +158,3 @@ TEST_P(DateTimeGoldenTest, ClockAndDate)
     date->update();
     EXPECT_TRUE(matches("datetime"));
 }
-
-INSTANTIATE_GOLDEN(DateTimeGoldenTest);

@@ -330,9 +330,7 @@ TEST_F(ListArrowTest, OneRowDrawsNothingAndArrowsOffOnlyClearTheBoxes)
 
 // A call log of three rows, stepped once so that the middle row shows
 // with both arrows; the flags go to the list and to its rows.
-class ListGoldenTest : public SceneTest {};
-
-TEST_P(ListGoldenTest, MiddleRowWithBothArrows)
+TEST_P(SceneTest, ListMiddleRowWithBothArrows)
 {
     UListWidget* list = place(new UListWidget(panel), 12, 10, 170, 16);
     list->appendItem(new UStandardListItem("Anna 0301234", 0xE106)); // incoming call
@@ -346,5 +344,3 @@ TEST_P(ListGoldenTest, MiddleRowWithBothArrows)
     std::unique_ptr<UListItem> first(list->item(0)); // a window now
     EXPECT_TRUE(matches("list"));
 }
-
-INSTANTIATE_GOLDEN(ListGoldenTest);

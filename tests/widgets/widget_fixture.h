@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -193,12 +194,7 @@ const GoldenCase goldenCases[] = {
     {UWidget::Absolute, UWidget::Background | UWidget::Border | UWidget::Inverted,
      "absolute_background_border_inverted"},
     {UWidget::Relative, 0, "relative_plain"}};
-
-#define INSTANTIATE_GOLDEN(suite)                                                                  \
-    INSTANTIATE_TEST_SUITE_P(Flags, suite, ::testing::ValuesIn(goldenCases),                      \
-                             [](const ::testing::TestParamInfo<GoldenCase>& i) {                   \
-                                 return std::string(i.param.name);                                 \
-                             })
+inline void PrintTo(const GoldenCase& c, std::ostream* os) { *os << c.name; }
 
 // A full-screen window holding a panel whose top-left corner is at screen
 // (8, 4); the widgets under test go into the panel, placed at the same

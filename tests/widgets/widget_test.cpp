@@ -200,3 +200,7 @@ TEST_F(WidgetTest, CoordinatesAndMovesWrapAt16Bits)
     g->mapToGlobal(p);
     EXPECT_EQ(UPoint(8 + 7 + 65530 - 65536, 0 + 11 + 2), p); // through c1 and w
 }
+
+// The golden scenes of the list, the line edit and the date-time label.
+INSTANTIATE_TEST_SUITE_P(Flags, SceneTest, ::testing::ValuesIn(goldenCases),
+                         [](const ::testing::TestParamInfo<GoldenCase>& i) { return std::string(i.param.name); });
