@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "textart.h"
 #include "uscreenifc.h"
 
 class MemoryScreen : public UScreenIfc {
@@ -90,17 +91,8 @@ public:
                 n += pixel(x, y) == 0;
         return n;
     }
-    // Text art of a region, as textart.h draws it: '#' ink, '.' background.
-    std::string art(int x0, int y0, int w, int h) const
-    {
-        std::string out;
-        for (int y = y0; y < y0 + h; ++y) {
-            for (int x = x0; x < x0 + w; ++x)
-                out += pixel(static_cast<uint16_t>(x), static_cast<uint16_t>(y)) ? '.' : '#';
-            out += '\n';
-        }
-        return out;
-    }
+    // Text art of a region (textart.h): '#' ink, '.' background.
+    std::string art(int x0, int y0, int w, int h) const { return textart::fromScreen(*this, x0, y0, w, h); }
     std::string art() const { return art(0, 0, m_width, m_height); }
 
     int beginCalls = 0;
