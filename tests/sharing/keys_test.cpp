@@ -109,9 +109,9 @@ TEST_F(KeysTest, EveryRecordByteAndMapKeyOverItsWholeRange)
     std::string wire;
     for (int i = 0; i < 256; ++i)
         wire += peer.receive() + "\n";
-    EXPECT_EQ("", firstDifference(expectedWire, wire));
+    EXPECT_EQ(expectedWire, wire);
     EXPECT_TRUE(waitFor([&] { return app->eventCount() == 256; }));
-    EXPECT_EQ("", firstDifference(expectedEvents, app->events()));
+    EXPECT_EQ(expectedEvents, app->events());
     // The last byte was a release: the repeat is off.
     EXPECT_EQ(0xFF, app->keyListener()->lastKey());
     EXPECT_FALSE(app->keyListener()->repeatTimer().isRunning());
@@ -123,7 +123,7 @@ TEST_F(KeysTest, EveryRecordByteAndMapKeyOverItsWholeRange)
         if (expectedCode(raw) == 0)
             expectedErr += "UWARNING: Key is not mapped: " + std::to_string(raw) + "\n";
     }
-    EXPECT_EQ("", firstDifference(expectedErr, stopAndStderr()));
+    EXPECT_EQ(expectedErr, stopAndStderr());
 }
 
 // The repeat, tick by tick; then, with two clients registered, a key held

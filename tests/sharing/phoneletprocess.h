@@ -59,13 +59,7 @@ public:
         for (char** e = environ; *e; ++e)
             env.push_back(*e);
         env.insert(env.end(), extraEnv.begin(), extraEnv.end());
-        std::vector<char*> cargv, cenv;
-        for (std::string& s : argv)
-            cargv.push_back(&s[0]);
-        for (std::string& s : env)
-            cenv.push_back(&s[0]);
-        cargv.push_back(nullptr);
-        cenv.push_back(nullptr);
+        std::vector<char*> cargv = pointers(argv), cenv = pointers(env);
 
         int in[2], out[2], err[2];
         if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC) || pipe2(err, O_CLOEXEC)) {
@@ -97,10 +91,8 @@ public:
     ~PhoneletProcess()
     {
         closeInput();
-        if (m_pid > 0 && !m_exited) {
-            kill(m_pid, SIGKILL);
+        if (m_pid > 0 && !m_exited && kill(m_pid, SIGKILL) == 0)
             waitpid(m_pid, nullptr, 0);
-        }
         joinReaders();
     }
 
@@ -140,11 +132,6 @@ public:
         return found;
     }
 
-    std::string line(int index) const
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return index >= 0 && size_t(index) < m_out.size() ? m_out[size_t(index)] : "";
-    }
     // The standard output lines so far that start with `prefix`.
     std::vector<std::string> lines(const std::string& prefix = "") const
     {
@@ -187,6 +174,14 @@ public:
     }
 
 private:
+    static std::vector<char*> pointers(std::vector<std::string>& strings)
+    {
+        std::vector<char*> r;
+        for (std::string& s : strings)
+            r.push_back(&s[0]);
+        r.push_back(nullptr);
+        return r;
+    }
     void readFrom(int fd, bool out)
     {
         char buf[4096];

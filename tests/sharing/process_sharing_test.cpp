@@ -61,14 +61,6 @@ protected:
         EXPECT_EQ(m_procs.back()->problem(), "") << label;
         return *m_procs.back();
     }
-    PhoneletProcess& startDesktop()
-    {
-        PhoneletProcess& d = start("desktop", {UTK_PHONELET_DESKTOP});
-        EXPECT_GE(d.waitLine("New client connected: DesktopPhonelet"), 0);
-        EXPECT_GE(d.waitLine("ready"), 0);
-        EXPECT_GE(d.waitLine("show"), 0); // the first registrant gets the screen
-        return d;
-    }
     // A client phonelet that is enabled while it has the screen; returns
     // once the server has it registered and it is ready.
     PhoneletProcess& startClient(PhoneletProcess& desktop, const std::string& label,
@@ -88,18 +80,17 @@ protected:
             std::this_thread::sleep_for(std::chrono::seconds(1)); // let it settle
         std::string art;
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        do {
+        for (; std::chrono::steady_clock::now() < end;
+             std::this_thread::sleep_for(std::chrono::milliseconds(50))) {
             const int id = shmget(200555, 0, 0);
-            void* p = id < 0 ? nullptr : shmat(id, nullptr, SHM_RDONLY);
-            art = !p || p == reinterpret_cast<void*>(-1)
-                      ? ""
-                      : textart::fromBuffer(static_cast<unsigned char*>(p), 25, 0, 0, 199, 48);
-            if (p && p != reinterpret_cast<void*>(-1))
-                shmdt(p);
+            void* p = id < 0 ? reinterpret_cast<void*>(-1) : shmat(id, nullptr, SHM_RDONLY);
+            if (p == reinterpret_cast<void*>(-1))
+                continue;
+            art = textart::fromBuffer(static_cast<unsigned char*>(p), 25, 0, 0, 199, 48);
+            shmdt(p);
             if (textart::matchesGolden(art, golden))
                 return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        } while (std::chrono::steady_clock::now() < end);
+        }
         EXPECT_TRUE(textart::matchesGolden(art, golden));
     }
     void quitAll()
@@ -116,14 +107,6 @@ protected:
     std::vector<std::string> m_shmNames;
 };
 
-std::vector<std::string> keyLines(std::initializer_list<std::pair<int, int>> keys)
-{
-    std::vector<std::string> r;
-    for (const auto& k : keys)
-        r.push_back("key " + std::to_string(k.first) + " " + std::to_string(k.second));
-    return r;
-}
-
 } // namespace
 
 // Registration, hand-over, full screen and keys from the pipe, with the
@@ -131,7 +114,9 @@ std::vector<std::string> keyLines(std::initializer_list<std::pair<int, int>> key
 // who gets the screen, and keys reaching only the enabled owner.
 TEST_F(ProcessSharing, KeysFollowTheScreenAcrossProcesses)
 {
-    PhoneletProcess& desktop = startDesktop();
+    PhoneletProcess& desktop = start("desktop", {UTK_PHONELET_DESKTOP});
+    EXPECT_GE(desktop.waitLine("New client connected: DesktopPhonelet"), 0);
+    EXPECT_GE(desktop.waitLine("show"), 0); // the first registrant gets the screen
     PhoneletProcess& calllog = startClient(desktop, "calllog", "CallLogPhonelet", "Call log");
     PhoneletProcess& messages = startClient(desktop, "messages", "MessagesPhonelet", "Messages");
     ASSERT_FALSE(HasFailure());
@@ -148,8 +133,9 @@ TEST_F(ProcessSharing, KeysFollowTheScreenAcrossProcesses)
           UNMAPPED, UNMAPPED | RELEASE, HASH | RELEASE});
     ASSERT_GE(calllog.waitLine("key 35 0"), 0);
     ASSERT_GE(calllog.waitLine("list 1"), 0); // list events queue behind the keys
-    EXPECT_EQ(calllog.lines("key "), keyLines({{4, 1}, {4, 0}, {53, 1}, {53, 0}, {55, 1},
-                                               {55, 0}, {0, 1}, {0, 0}, {35, 0}}));
+    EXPECT_EQ(calllog.lines("key "),
+              (std::vector<std::string>{"key 4 1", "key 4 0", "key 53 1", "key 53 0", "key 55 1",
+                                        "key 55 0", "key 0 1", "key 0 0", "key 35 0"}));
     EXPECT_EQ(calllog.lines("list "), std::vector<std::string>{"list 1"});
     EXPECT_EQ(calllog.lines("edit "), (std::vector<std::string>{"edit 5", "edit 57"}));
     EXPECT_NE(desktop.errText().find("UWARNING: Key is not mapped: 17\n"), std::string::npos)
@@ -170,10 +156,9 @@ TEST_F(ProcessSharing, KeysFollowTheScreenAcrossProcesses)
     // does not accept, sent to its port after the keys, is logged once
     // the keys before it were handled: none was delivered.
     messages.send("port");
-    const int portLine = messages.waitLine("port ", 20, 0, true);
-    ASSERT_GE(portLine, 0);
+    ASSERT_GE(messages.waitLine("port ", 20, 0, true), 0);
     UdpEndpoint().send({0x01, 0x00, 0x00},
-                       static_cast<unsigned short>(std::stoi(messages.line(portLine).substr(5))));
+                       static_cast<unsigned short>(std::stoi(messages.lines("port ")[0].substr(5))));
     ASSERT_GE(messages.waitLine("UAppClient MessagesPhonelet: unrecognized message: 0x100"), 0);
     EXPECT_EQ(messages.lines("key "), std::vector<std::string>{});
     EXPECT_EQ(messages.lines("show"), std::vector<std::string>{});

@@ -4,7 +4,10 @@
 #ifndef UTK_TESTS_SHARING_SUPPORT_H
 #define UTK_TESTS_SHARING_SUPPORT_H
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -164,35 +167,16 @@ private:
     std::string m_events;
 };
 
-// "" when the texts are equal, else the first line where they differ (long
-// logs stay readable when a test fails).
-inline std::string firstDifference(const std::string& expected, const std::string& actual)
-{
-    std::istringstream e(expected), a(actual);
-    std::string le, la;
-    for (int line = 1;; ++line) {
-        bool me = static_cast<bool>(std::getline(e, le));
-        bool ma = static_cast<bool>(std::getline(a, la));
-        if (!me && !ma)
-            return expected == actual ? "" : "the texts differ in their last line end";
-        if (!me || !ma || le != la)
-            return "line " + std::to_string(line) + ": expected \"" + (me ? le : "<end>") +
-                   "\", got \"" + (ma ? la : "<end>") + "\"";
-    }
-}
-
 // True while some socket holds 127.0.0.1:port.
 inline bool portTaken(unsigned short port)
 {
-    SysUdpSocket probe;
-    // open() prints a line when the bind fails; keep it out of the logs.
-    int saved = ::dup(2);
-    int null = ::open("/dev/null", O_WRONLY);
-    ::dup2(null, 2);
-    bool taken = probe.open(port, SysAddressFamilyIPv4, "Probe", "127.0.0.1") != 0;
-    ::dup2(saved, 2);
-    ::close(saved);
-    ::close(null);
+    const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in at = sockaddr_in();
+    at.sin_family = AF_INET;
+    at.sin_port = htons(port);
+    at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool taken = ::bind(fd, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0;
+    ::close(fd);
     return taken;
 }
 

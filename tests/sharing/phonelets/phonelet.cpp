@@ -1,35 +1,20 @@
-// The test phonelets, which the multi-process tests and the sharing
-// benchmarks start as processes of their own (built with
-// UTK_SHARING_DESKTOP, the desktop; without, the lister):
+// The test phonelets that the process tests and the sharing benchmarks
+// start: built with UTK_SHARING_DESKTOP, the ServerMode "DesktopPhonelet"
+// with a status bar over the top 12 rows, enabled from the start (so a
+// key reaching it would be printed: its client must drop them all);
+// without, a ClientMode phonelet NAME whose window covers the screen below
+// the bar: a title, three calls shown one at a time and, unless --no-edit,
+// a digit field. Both windows show when the server gives the screen.
 //
-//   utk_sharing_desktop [OPTIONS]
-//   utk_sharing_lister NAME [TITLE] [OPTIONS]
+//   utk_sharing_desktop [--enabled] [--enable-on-show] [--key-counter SHM]
+//   utk_sharing_lister NAME [TITLE] [same options] [--no-edit]
 //
-// The desktop is the ServerMode phonelet "DesktopPhonelet" (screen server
-// and key listener); its window is a status bar over the top 12 rows. It
-// is enabled from the start, so any key reaching it would be printed: the
-// screen client must drop them all. The lister is a ClientMode phonelet
-// named NAME; its window is the whole screen but draws only below the
-// status bar: a title, a list of three calls shown one at a time and,
-// unless --no-edit, a digit field. (The window sits at the origin so that
-// the rectangles a hidden row erases, which are not translated, are the
-// ones it painted.) Both windows start hidden and are shown when the server
-// gives the phonelet the screen.
-//
-// Standard output gets one line, flushed at once, for every show ("show"),
-// hide ("hide") and key ("key <code> <state>") the screen client hands the
-// application, after the toolkit has acted on it; for the lister also its
-// list's current row ("list <index>") and the field's text after every key
-// that changed it ("edit <text>"). Options: --enabled (from the start),
-// --enable-on-show (enabled while it has the screen), --no-edit and
-// --key-counter NAME (count keys in that POSIX shared-memory word instead
-// of printing them).
-//
-// Standard input is read line by line on a thread and handed to the main
-// thread as events: "release" (give the screen away), "fullscreen",
-// "unfullscreen", "port" (answers "port <n>", the client's UDP port) and
-// "quit" (also at the end of input). "ready" is printed once the event
-// loop runs.
+// Standard output, flushed per line: "show", "hide", "key <code> <state>"
+// (unless keys are counted in the POSIX shared-memory word SHM), "list
+// <row>", "edit <text>" after a key that changed the field, "ready" once
+// the loop runs. Standard input, one command a line, run on the main
+// thread: release, fullscreen, unfullscreen, port (answers "port <n>") and
+// quit (also at the end of input).
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -212,13 +197,13 @@ int main(int argc, char** argv)
 #ifdef UTK_SHARING_DESKTOP
     options.enabled = true;
     const bool usable = options.parse(argc, argv, 1);
-    const char* usage = "[--enabled] [--enable-on-show] [--key-counter NAME]";
+    const char* usage = "[OPTIONS]";
     const UString name = UApplication::DESKTOPPHONELET;
     const UApplication::UIMode mode = UApplication::ServerMode;
 #else
     const bool titled = argc > 2 && std::strncmp(argv[2], "--", 2) != 0;
     const bool usable = argc >= 2 && options.parse(argc, argv, titled ? 3 : 2);
-    const char* usage = "NAME [TITLE] [--enabled] [--enable-on-show] [--no-edit] [--key-counter NAME]";
+    const char* usage = "NAME [TITLE] [OPTIONS]";
     const UString name(argc >= 2 ? argv[1] : "");
     const UApplication::UIMode mode = UApplication::ClientMode;
 #endif
