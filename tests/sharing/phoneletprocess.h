@@ -44,17 +44,10 @@ public:
                     const std::vector<std::string>& extraEnv, bool emulated = true)
         : m_label(label)
     {
-        // The emulator's words are joined by '|'; a bare command name is
-        // looked up in PATH (execve does not search).
+        // The emulator's words are joined by '|'.
         std::vector<std::string> argv = emulated ? split(UTK_TEST_EMULATOR_CMD, '|')
                                                  : std::vector<std::string>();
         argv.insert(argv.end(), args.begin(), args.end());
-        if (argv[0].find('/') == std::string::npos && std::getenv("PATH"))
-            for (const std::string& dir : split(std::getenv("PATH"), ':'))
-                if (access((dir + "/" + argv[0]).c_str(), X_OK) == 0) {
-                    argv[0] = dir + "/" + argv[0];
-                    break;
-                }
         std::vector<std::string> env;
         for (char** e = environ; *e; ++e)
             env.push_back(*e);
@@ -75,7 +68,7 @@ public:
             dup2(in[0], 0);
             dup2(out[1], 1);
             dup2(err[1], 2);
-            execve(cargv[0], cargv.data(), cenv.data());
+            execvpe(cargv[0], cargv.data(), cenv.data());
             _exit(127);
         }
         close(in[0]);
