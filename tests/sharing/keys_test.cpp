@@ -56,10 +56,9 @@ protected:
         app = new RecordingApp("CallLogPhonelet", new MemoryScreen, UApplication::ServerMode);
         app->setEnabled(true);
         // The application's own client first, then the peer as the desktop.
-        bool ready = waitFor([&] { return app->appServer()->registry().size() == 1; });
+        EXPECT_TRUE(waitFor([&] { return app->appServer()->registry().size() == 1; }));
         peer.send({0x01, 0x01, 0x00});
-        ready = ready && waitFor([&] { return app->appServer()->registry().size() == 2; });
-        EXPECT_TRUE(ready);
+        EXPECT_TRUE(waitFor([&] { return app->appServer()->registry().size() == 2; }));
         // The first registrant, the application itself, owns the screen.
         EXPECT_TRUE(waitFor([&] { return app->eventCount() == 1; }));
         EXPECT_EQ("show ", app->events());
@@ -67,7 +66,7 @@ protected:
     }
     void TearDown() override
     {
-        if (!stderrChecked && fifo) {
+        if (app) {
             EXPECT_EQ(kFallback, stopAndStderr());
         }
         delete fifo;
@@ -77,7 +76,6 @@ protected:
     {
         delete app;
         app = nullptr;
-        stderrChecked = true;
         return testing::internal::GetCapturedStderr();
     }
     // Runs the timers by `ms` and delivers what they posted.
@@ -91,7 +89,6 @@ protected:
     KeyFifo* fifo = nullptr;
     RecordingApp* app = nullptr;
     UdpEndpoint peer;
-    bool stderrChecked = false;
 };
 
 TEST_F(KeysTest, EveryRecordByteAndMapKeyOverItsWholeRange)

@@ -75,6 +75,13 @@ struct Options {
     }
 };
 
+// One line of standard input, for the main thread.
+class CommandEvent : public UEvent {
+public:
+    CommandEvent(UAgent* target, const std::string& line) : UEvent(target, 200), command(line) {}
+    std::string command;
+};
+
 class ReportingApp : public UApplication {
 public:
     ReportingApp(const UString& name, UApplication::UIMode mode, const Options& options)
@@ -108,6 +115,8 @@ public:
     void event(UEvent* e) override
     {
         const unsigned short type = e->getType();
+        if (type == 200)
+            return command(static_cast<CommandEvent*>(e)->command);
         if (type == UEvent::AppShow && m_options.enableOnShow)
             setEnabled(true);
         UApplication::event(e);
@@ -131,44 +140,28 @@ public:
         return used;
     }
 
+    void command(const std::string& c)
+    {
+        if (c == "quit")
+            stop();
+        else if (c == "release" && appClient())
+            appClient()->releaseScreen();
+        else if (c == "fullscreen")
+            requestFullScreen();
+        else if (c == "unfullscreen")
+            releaseFullScreen();
+        else if (c == "port")
+            say("port %u", appClient() ? unsigned(appClient()->localPort()) : 0u);
+        else if (c == "ready")
+            say("ready");
+    }
+
     ULineEdit* m_edit = nullptr;
 
 private:
     Options m_options;
     uint32_t* m_counter = nullptr;
     UString m_text;
-};
-
-// One line of standard input, acted on by the main thread.
-class CommandEvent : public UEvent {
-public:
-    CommandEvent(UAgent* target, const std::string& line) : UEvent(target, 200), command(line) {}
-    std::string command;
-};
-
-class Commander : public UAgent {
-public:
-    explicit Commander(ReportingApp& app) : UAgent(nullptr), m_app(app) {}
-
-    void event(UEvent* e) override
-    {
-        const std::string& c = static_cast<CommandEvent*>(e)->command;
-        if (c == "quit")
-            m_app.stop();
-        else if (c == "release" && m_app.appClient())
-            m_app.appClient()->releaseScreen();
-        else if (c == "fullscreen")
-            m_app.requestFullScreen();
-        else if (c == "unfullscreen")
-            m_app.releaseFullScreen();
-        else if (c == "port")
-            say("port %u", m_app.appClient() ? unsigned(m_app.appClient()->localPort()) : 0u);
-        else if (c == "ready")
-            say("ready");
-    }
-
-private:
-    ReportingApp& m_app;
 };
 
 class Window : public UWidget {
@@ -246,15 +239,14 @@ int main(int argc, char** argv)
 #endif
     window->setVisible(false); // until the server gives it the screen
 
-    Commander commander(app);
-    app.postEvent(new CommandEvent(&commander, "ready"));
+    app.postEvent(new CommandEvent(&app, "ready"));
     // Joined before the application goes: it ends after "quit" or at the
     // end of input.
-    std::thread reader([&commander] {
+    std::thread reader([&app] {
         std::string line;
         while (std::getline(std::cin, line) && line != "quit")
-            UApplication::instance()->postEvent(new CommandEvent(&commander, line));
-        UApplication::instance()->postEvent(new CommandEvent(&commander, "quit"));
+            app.postEvent(new CommandEvent(&app, line));
+        app.postEvent(new CommandEvent(&app, "quit"));
     });
     app.run();
     reader.join();
