@@ -136,11 +136,11 @@ public:
         if (e->getTarget() != this ||
             (type != UEvent::Key && type != UEvent::AppShow && type != UEvent::AppHide))
             return UApplication::postEvent(e);
-        UKeyEvent* key = static_cast<UKeyEvent*>(e);
-        std::string what = type == UEvent::AppShow   ? "show"
-                           : type == UEvent::AppHide ? "hide"
-                                                     : "k" + std::to_string(key->m_key) + "/" +
-                                                           std::to_string(key->m_state);
+        std::string what = type == UEvent::AppShow ? "show" : "hide";
+        if (type == UEvent::Key) {
+            UKeyEvent* key = static_cast<UKeyEvent*>(e);
+            what = "k" + std::to_string(key->m_key) + "/" + std::to_string(key->m_state);
+        }
         delete e;
         std::lock_guard<std::mutex> lock(m_mutex);
         m_events += what + " ";
