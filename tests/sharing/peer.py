@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """A local process on the screen-sharing wire, independent of the toolkit
 (standard library only). Plays clients against a real server, or a server
-against a real client, from a scenario file (argument 1):
+against a real client, from a scenario file (argument 1) or, without an
+argument, its standard input:
 
   open NAME [PORT]        a UDP socket on 127.0.0.1 (port 0: any)
   send NAME HEX... [@X]   one datagram from NAME to port 65529, or to @PORT,
@@ -54,8 +55,11 @@ def main():
             print("%s <- %s" % (name, " ".join("%02x" % b for b in data)))
         pending.clear()
 
-    with open(sys.argv[1]) as f:
-        lines = f.read().splitlines()
+    if len(sys.argv) > 1:
+        with open(sys.argv[1]) as f:
+            lines = f.read().splitlines()
+    else:
+        lines = sys.stdin.read().splitlines()
     for line in lines:
         words = line.split("#", 1)[0].split()
         if not words:
