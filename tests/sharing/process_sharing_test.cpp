@@ -166,3 +166,38 @@ TEST_F(ProcessSharing, KeysFollowTheScreenAcrossProcesses)
 
     quitAll();
 }
+
+// A key held in the pipe repeats once a second through the whole chain
+// (listener's timer, server, client): the one test that waits on the wall
+// clock, with wide bounds; no repeat follows the release.
+TEST_F(ProcessSharing, HeldKeyRepeatsOnceASecond)
+{
+    PhoneletProcess& desktop = start("desktop", {UTK_PHONELET_DESKTOP});
+    PhoneletProcess& calllog = startClient(desktop, "calllog", "CallLogPhonelet", "Call log");
+    ASSERT_FALSE(HasFailure());
+    desktop.send("release");
+    ASSERT_GE(calllog.waitLine("show"), 0);
+
+    using clock = std::chrono::steady_clock;
+    const clock::time_point pressed = clock::now();
+    fifo->write({DOWN});
+    const int first = calllog.waitLine("key 4 2", 5);
+    const double t1 = std::chrono::duration<double>(clock::now() - pressed).count();
+    const int second = calllog.waitLine("key 4 2", 5, static_cast<size_t>(first + 1));
+    const double t2 = std::chrono::duration<double>(clock::now() - pressed).count();
+    ASSERT_GE(first, 0);
+    ASSERT_GE(second, 0);
+    EXPECT_GT(t1, 0.5);
+    EXPECT_LT(t1, 1.9);
+    EXPECT_GT(t2, 1.5);
+    EXPECT_LT(t2, 3.5);
+    fifo->write({DOWN | RELEASE});
+    ASSERT_GE(calllog.waitLine("key 4 0"), 0);
+    // Past the next repeat's time, another key: nothing came in between.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1300));
+    fifo->write({DIGIT_5});
+    ASSERT_GE(calllog.waitLine("key 53 1"), 0);
+    EXPECT_EQ(calllog.lines("key "),
+              (std::vector<std::string>{"key 4 1", "key 4 2", "key 4 2", "key 4 0", "key 53 1"}));
+    quitAll();
+}
