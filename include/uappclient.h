@@ -70,6 +70,10 @@ public:
     // of UApplication, 0 for any other.
     static char getAppName(const UString& name);
 
+    // REQUEST_SCREEN from this application's own port: the server brings it
+    // to the front. The server knows a phonelet only by its client's port,
+    // so this is the one way a phonelet can ask for the screen for itself.
+    void requestScreen();
     void releaseScreen();
     void requestFullScreen();
     void releaseFullScreen();

@@ -81,6 +81,11 @@ void UAppClient::sendCommand(UAppComms::UAppCommand command, char argument)
                           UAppComms::APP_SERVER_PORT);
 }
 
+void UAppClient::requestScreen()
+{
+    sendCommand(UAppComms::REQUEST_SCREEN, 0);
+}
+
 void UAppClient::releaseScreen()
 {
     sendCommand(UAppComms::RELEASE_SCREEN, 0);

@@ -31,7 +31,6 @@
 namespace {
 
 const unsigned short SERVER_PORT = 65529;
-const unsigned char REQUEST_SCREEN = 0x08;
 const unsigned char GIVE_SCREEN = 0x20;
 
 // Our own event type: drop the window (see hideWindow).
@@ -67,35 +66,6 @@ sockaddr_in loopback(unsigned short port)
     a.sin_port = htons(port);
     a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     return a;
-}
-
-// The screen client's socket: the process's datagram socket bound to the
-// loopback address at the client's port.
-int clientSocket(unsigned short port)
-{
-    DIR* dir = opendir("/proc/self/fd");
-    if (!dir)
-        return -1;
-    int found = -1;
-    while (dirent* entry = readdir(dir)) {
-        char* end = nullptr;
-        const long fd = std::strtol(entry->d_name, &end, 10);
-        if (*end || fd < 0 || fd == dirfd(dir))
-            continue;
-        int type = 0;
-        socklen_t typeLength = sizeof type;
-        sockaddr_in a = sockaddr_in();
-        socklen_t length = sizeof a;
-        if (getsockopt(int(fd), SOL_SOCKET, SO_TYPE, &type, &typeLength) == 0 && type == SOCK_DGRAM
-            && getsockname(int(fd), reinterpret_cast<sockaddr*>(&a), &length) == 0
-            && a.sin_family == AF_INET && a.sin_addr.s_addr == htonl(INADDR_LOOPBACK)
-            && port != 0 && ntohs(a.sin_port) == port) {
-            found = int(fd);
-            break;
-        }
-    }
-    closedir(dir);
-    return found;
 }
 
 void sendThrough(int fd, unsigned char command, unsigned char a, unsigned char b)
@@ -253,13 +223,8 @@ void Phonelet::timerEvent(UTimerEvent*)
 
 void Phonelet::requestScreen()
 {
-    const int fd = appClient() ? clientSocket(appClient()->localPort()) : -1;
-    if (fd < 0) {
-        std::printf("phonelet: no screen client socket\n");
-        std::fflush(stdout);
-        return;
-    }
-    sendThrough(fd, REQUEST_SCREEN, 0, 0);
+    if (appClient())
+        appClient()->requestScreen();
 }
 
 void Phonelet::releaseScreen()

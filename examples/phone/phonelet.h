@@ -17,11 +17,10 @@
 //   it (the launcher wakes up on the menu key). A key belongs to the
 //   phonelet that was on screen when it went down: its release and repeats
 //   reach no other window, even one shown in between (see keyEvent).
-// - Screen requests that the toolkit's client has no operation for:
-//   REQUEST_SCREEN must come from the phonelet's registered port, so it is
-//   written through the client's own socket (the process's UDP socket on
-//   127.0.0.1 at UAppClient::localPort()). GIVE_SCREEN may come from
-//   anywhere and uses a socket of its own.
+// - Screen requests: REQUEST_SCREEN must come from the phonelet's
+//   registered port, so it goes through the client
+//   (UAppClient::requestScreen()). GIVE_SCREEN may come from anywhere and
+//   uses a socket of its own.
 // - Ending: SIGTERM or SIGINT stop the event loop (checked every 50 ms with
 //   the front requests below), so that main returns and the application
 //   and its threads are torn down in order.

@@ -79,7 +79,7 @@ send S 40 0d @peer       # short
 open Q                   # some other local process
 send Q 40 32 02 @peer=S
 send Q 02 00 00 @peer=S
-expect 3                 # the three requests
+expect 4                 # the four requests
 )");
     ASSERT_TRUE(waitFor([] { return portTaken(65529); })); // the peer is up
     testing::internal::CaptureStdout();
@@ -87,6 +87,7 @@ expect 3                 # the three requests
     app->setEnabled(true);
     bool arrived = waitFor([&] { return app->eventCount() >= 5; });
     app->appClient()->releaseScreen();
+    app->appClient()->requestScreen();
     app->requestFullScreen();
     app->releaseFullScreen();
     std::string out = peer.finish();
@@ -102,6 +103,7 @@ expect 3                 # the three requests
     EXPECT_EQ("show hide k13/0 k50/2 show ", app_events);
     EXPECT_EQ("S <- 01 05 00\n"
               "S <- 10 00 00\n"
+              "S <- 08 00 00\n"
               "S <- 11 00 00\n"
               "S <- 12 00 00\n",
               out);

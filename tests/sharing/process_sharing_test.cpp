@@ -173,6 +173,8 @@ TEST_F(ProcessSharing, KeysFollowTheScreenAcrossProcesses)
 TEST_F(ProcessSharing, HeldKeyRepeatsOnceASecond)
 {
     PhoneletProcess& desktop = start("desktop", {UTK_PHONELET_DESKTOP});
+    // A registration sent before the server listens is lost for good.
+    ASSERT_GE(desktop.waitLine("show"), 0);
     PhoneletProcess& calllog = startClient(desktop, "calllog", "CallLogPhonelet", "Call log");
     ASSERT_FALSE(HasFailure());
     desktop.send("release");
