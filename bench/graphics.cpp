@@ -67,8 +67,9 @@ Fixture& fixture()
     return f;
 }
 
-// Another line each time, each shaped anew: 1024 lines of 20 characters.
-void BM_DrawerText(benchmark::State& state)
+// Draws another of 1024 lines (printf format with one number) each time,
+// so each is shaped anew.
+void drawLines(benchmark::State& state, const char* format)
 {
     if (fixture().screen->buffer() == nullptr) {
         state.SkipWithError("no simulated screen");
@@ -79,7 +80,7 @@ void BM_DrawerText(benchmark::State& state)
     std::vector<UString> lines;
     for (int i = 0; i < 1024; ++i) {
         char line[32];
-        std::snprintf(line, sizeof line, "Missed call: %07d", i * 7919);
+        std::snprintf(line, sizeof line, format, i * 7919);
         lines.emplace_back(line);
     }
     size_t i = 0;
@@ -89,27 +90,14 @@ void BM_DrawerText(benchmark::State& state)
     }
 }
 
+// Plain ASCII lines of 20 characters.
+void BM_DrawerText(benchmark::State& state) { drawLines(state, "Missed call: %07d"); }
+
 // As BM_DrawerText, with one accented letter in each line: the text goes
 // through HarfBuzz every time.
 void BM_DrawerTextHarfBuzz(benchmark::State& state)
 {
-    if (fixture().screen->buffer() == nullptr) {
-        state.SkipWithError("no simulated screen");
-        return;
-    }
-    UDrawer d;
-    d.setFont("text");
-    std::vector<UString> lines;
-    for (int i = 0; i < 1024; ++i) {
-        char line[32];
-        std::snprintf(line, sizeof line, "Appel manqu\xC3\xA9 %07d", i * 7919);
-        lines.emplace_back(line);
-    }
-    size_t i = 0;
-    for (auto _ : state) {
-        d.drawText(lines[i++ & 1023], 0, 0, false);
-        benchmark::ClobberMemory();
-    }
+    drawLines(state, "Appel manqu\xC3\xA9 %07d");
 }
 
 // The same line every time.

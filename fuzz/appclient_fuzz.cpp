@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "fuzzcheck.h"
 #include "memoryscreen.h"
 #include "uappclient.h"
 #include "uapplication.h"
@@ -21,15 +22,6 @@
 #include "ukeyevent.h"
 
 namespace {
-
-#define FUZZ_CHECK(cond)                                                       \
-    do {                                                                       \
-        if (!(cond)) {                                                         \
-            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__,        \
-                         __LINE__, #cond);                                     \
-            std::abort();                                                      \
-        }                                                                      \
-    } while (0)
 
 // Counts what the client posts and keeps the last one's fields.
 class CountingApp : public UApplication {

@@ -15,20 +15,12 @@
 #include <cstdlib>
 #include <set>
 
+#include "fuzzcheck.h"
 #include "memoryscreen.h"
 #include "uappserver.h"
 #include "uapplication.h"
 
 namespace {
-
-#define FUZZ_CHECK(cond)                                                       \
-    do {                                                                       \
-        if (!(cond)) {                                                         \
-            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__,        \
-                         __LINE__, #cond);                                     \
-            std::abort();                                                      \
-        }                                                                      \
-    } while (0)
 
 UApplication* app = nullptr;
 

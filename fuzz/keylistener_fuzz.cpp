@@ -10,18 +10,10 @@
 #include <iostream>
 #include <streambuf>
 
+#include "fuzzcheck.h"
 #include "ukeylistener.h"
 
 namespace {
-
-#define FUZZ_CHECK(cond)                                                       \
-    do {                                                                       \
-        if (!(cond)) {                                                         \
-            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__,        \
-                         __LINE__, #cond);                                     \
-            std::abort();                                                      \
-        }                                                                      \
-    } while (0)
 
 // Swallows the "Key is not mapped" warnings; libFuzzer keeps the real
 // standard error for its reports.

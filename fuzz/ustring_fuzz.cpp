@@ -8,6 +8,7 @@
 //    fromUTF8(s.toUTF8()) == s; toASCII has one byte per unit with
 //    0xE000..0xE002 as 0x1F; c_str() holds the units and a terminating zero;
 //  - operator< orders two strings as their UTF-8 forms, as unsigned bytes.
+#include "fuzzcheck.h"
 #include "ustring.h"
 
 #include <cstdint>
@@ -16,16 +17,8 @@
 #include <string>
 #include <vector>
 
-namespace {
 
-#define FUZZ_CHECK(cond)                                                       \
-    do {                                                                       \
-        if (!(cond)) {                                                         \
-            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__,        \
-                         __LINE__, #cond);                                     \
-            std::abort();                                                      \
-        }                                                                      \
-    } while (0)
+namespace {
 
 typedef std::vector<unsigned short> Units;
 

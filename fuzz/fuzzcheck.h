@@ -1,0 +1,19 @@
+// FUZZ_CHECK: a check that stays on in every build type; a failure names
+// the file, the line and the condition on standard error and aborts, which
+// libFuzzer reports as a crash with the input that caused it.
+#ifndef UTK_FUZZ_FUZZCHECK_H
+#define UTK_FUZZ_FUZZCHECK_H
+
+#include <cstdio>
+#include <cstdlib>
+
+#define FUZZ_CHECK(cond)                                                       \
+    do {                                                                       \
+        if (!(cond)) {                                                         \
+            std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__,        \
+                         __LINE__, #cond);                                     \
+            std::abort();                                                      \
+        }                                                                      \
+    } while (0)
+
+#endif
