@@ -19,13 +19,7 @@ protected:
         addList(this, window, {"Anna Berg", "Carl Dahl", "Dora Ek", "Erik Falk"},
                 {0xE109, 0xE109, 0xE109, 0xE109}, m_current);
         addSoftKeys(window, "Back", nullptr, nullptr);
-        window->onKey = [this](UKeyEvent* e) {
-            if (e->m_key == KEY_LEFT && e->m_state == KEY_RELEASED) {
-                releaseScreen();
-                return true;
-            }
-            return false;
-        };
+        backOnLeft(window);
         return window;
     }
 

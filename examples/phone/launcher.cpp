@@ -45,13 +45,7 @@ protected:
         }
         addList(this, window, rows, icons, m_current);
         addSoftKeys(window, "Back", "Open", nullptr);
-        window->onKey = [this](UKeyEvent* e) {
-            if (e->m_key == KEY_LEFT && e->m_state == KEY_RELEASED) {
-                releaseScreen();
-                return true;
-            }
-            return false;
-        };
+        backOnLeft(window);
         return window;
     }
 

@@ -233,6 +233,17 @@ void Phonelet::releaseScreen()
         appClient()->releaseScreen();
 }
 
+void Phonelet::backOnLeft(PhoneWindow* window)
+{
+    window->onKey = [this](UKeyEvent* e) {
+        if (e->m_key == KEY_LEFT && e->m_state == KEY_RELEASED) {
+            releaseScreen();
+            return true;
+        }
+        return false;
+    };
+}
+
 void Phonelet::giveScreen(const std::string& name)
 {
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);

@@ -47,6 +47,7 @@ class ULabel;
 class UKeyEvent;
 class UEvent;
 class UTimerEvent;
+class PhoneWindow;
 
 class Phonelet : public UApplication {
 public:
@@ -74,6 +75,8 @@ public:
     void requestScreen();
     // RELEASE_SCREEN through the toolkit's client.
     void releaseScreen();
+    // Makes the left key (on release) give the screen back.
+    void backOnLeft(PhoneWindow* window);
     // GIVE_SCREEN naming `name`: its first two characters go on the wire.
     static void giveScreen(const std::string& name);
     // SIGUSR1 to the sibling phonelet running `program`; false when there
