@@ -7,9 +7,6 @@
 // when the application is enabled and not the desktop; none otherwise; a
 // key event carries byte 1 sign-extended to 16 bits and byte 2
 // sign-extended to 32.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -50,12 +47,7 @@ UAppClient* client = nullptr;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    // The client logs every datagram it refuses on standard output.
-    const int devnull = open("/dev/null", O_WRONLY);
-    if (devnull >= 0) {
-        dup2(devnull, STDOUT_FILENO);
-        close(devnull);
-    }
+    fuzzSilenceStdout();
     app = new CountingApp;
     client = new UAppClient;
     client->beginDelivery();

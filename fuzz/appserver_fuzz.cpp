@@ -7,9 +7,6 @@
 //    names and the empty one);
 //  - every record's port is one of the senders';
 //  - a key fan-out walks the registry without trouble.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -28,12 +25,7 @@ UApplication* app = nullptr;
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    // The server logs every datagram it refuses on standard output.
-    const int devnull = open("/dev/null", O_WRONLY);
-    if (devnull >= 0) {
-        dup2(devnull, STDOUT_FILENO);
-        close(devnull);
-    }
+    fuzzSilenceStdout();
     // A window manager for the desktop's first registration to clear with.
     app = new UApplication("ServerFuzz", new MemoryScreen, UApplication::UIMode(0));
     return 0;

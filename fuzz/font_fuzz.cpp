@@ -3,13 +3,13 @@
 // script the locales shape is measured and drawn with it on an in-memory
 // screen. Looks for memory faults and leaks in loading, shaping and glyph
 // drawing; a file that FreeType or HarfBuzz refuses must only cost a line.
+#include "fuzzcheck.h"
 #include "memoryscreen.h"
 #include "uapplication.h"
 #include "udrawer.h"
 #include "ufontmanager.h"
 #include "uglobal.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -35,12 +35,7 @@ const char* const TEXTS[] = {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    // The font manager reports every refused file on standard output.
-    const int devnull = open("/dev/null", O_WRONLY);
-    if (devnull >= 0) {
-        dup2(devnull, STDOUT_FILENO);
-        close(devnull);
-    }
+    fuzzSilenceStdout();
     const char* tmp = std::getenv("TMPDIR");
     fontPath = std::string(tmp && *tmp ? tmp : "/tmp") + "/utk-font-fuzz-" +
                std::to_string(getpid());

@@ -118,8 +118,8 @@ private:
     unsigned long long dueTick() const;
     void runTick(unsigned long long ms, std::vector<UEvent*>& out);
     void wakeIfDueSooner();
+    void releaseAndPost(std::vector<UEvent*>& events);
 
-    void postAll(std::vector<UEvent*>& events);
     void wake();
 
     static std::atomic<UTimerManager*> m_uniqueInstance;

@@ -127,8 +127,20 @@ void UTimerManager::wake()
     m_wakeCv.notify_one();
 }
 
-void UTimerManager::postAll(std::vector<UEvent*>& events)
+// Called with m_mutex held; releases it, then posts the events gathered
+// under it. The posting count goes up before the release, so a waiter in
+// waitForPosting() cannot slip between the release and the posts.
+void UTimerManager::releaseAndPost(std::vector<UEvent*>& events)
 {
+    if (events.empty()) {
+        m_mutex.give();
+        return;
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_postMutex);
+        ++m_posting;
+    }
+    m_mutex.give();
     t_posting = true;
     for (UEvent* e : events)
         UApplication::postThroughInstance(e);
@@ -223,13 +235,7 @@ void UTimerManager::tick(unsigned long long ms)
     m_mutex.take();
     creditSkippedTicks();
     runTick(ms, events);
-    if (!events.empty()) {
-        std::lock_guard<std::mutex> lock(m_postMutex);
-        ++m_posting;
-    }
-    m_mutex.give();
-    if (!events.empty())
-        postAll(events);
+    releaseAndPost(events);
 }
 
 void UTimerManager::run()
@@ -256,13 +262,7 @@ void UTimerManager::run()
         if (target != NONE)
             target = std::min(target, m_accounted + kMaxSleepTicks);
         m_sleepTarget = target;
-        if (!events.empty()) {
-            std::lock_guard<std::mutex> lock(m_postMutex);
-            ++m_posting;
-        }
-        m_mutex.give();
-        if (!events.empty())
-            postAll(events);
+        releaseAndPost(events);
 
         std::unique_lock<std::mutex> lock(m_wakeMutex);
         if (!m_wakeRequested && !shouldStop()) {
