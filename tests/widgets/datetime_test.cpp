@@ -17,11 +17,7 @@ protected:
     std::string text() const { return label->getText().toUTF8(); }
     // One tick of the clock; the text it leaves.
     std::string next() { label->update(); return text(); }
-    std::string clockAt(unsigned int h, unsigned int m, unsigned int s)
-    {
-        label->setTime(h, m, s);
-        return next();
-    }
+    std::string clockAt(int h, int m, int s) { label->setTime(h, m, s); return next(); }
 
     UDateTimeLabel* label = nullptr;
     std::string constructionOutput;
@@ -69,7 +65,6 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
     for (int i = 0; i < 58; ++i)
         label->update();
     EXPECT_EQ(next(), "00:01  "); // 60 ticks after midnight
-    EXPECT_EQ(label->getSeconds(), 0u);
     // Bounds are tested for equality: values beyond them count on.
     EXPECT_EQ(clockAt(30, 59, 59), "31 00  ");
     EXPECT_EQ(clockAt(7, 3, 61), "07:03  ");
@@ -80,13 +75,9 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
     label->setMode(UDateTimeLabel::ShowTime); // the twelve-hour dial
     label->set24mode(false);
     EXPECT_EQ(clockAt(12, 30, 0), "12:30pm");
-    EXPECT_EQ(label->getHours().toUTF8(), "00");
     EXPECT_EQ(clockAt(0, 5, 0), "12 05am");
     EXPECT_EQ(clockAt(23, 59, 59), "12:00am");
     EXPECT_EQ(clockAt(13, 7, 0), "01 07pm");
-    label->set24mode(true);
-    EXPECT_EQ(label->getAMPM().toUTF8(), "");
-    EXPECT_EQ(label->getHours().toUTF8(), "13");
 }
 
 TEST_F(DateTimeLabelTest, OtherModesFreezeTheSeparatorBlinksWithoutFlashDayLabelsMondayFirst)
@@ -96,19 +87,11 @@ TEST_F(DateTimeLabelTest, OtherModesFreezeTheSeparatorBlinksWithoutFlashDayLabel
     const bool phase = label->getFlashPhase();
     EXPECT_EQ(next(), "frozen");
     EXPECT_NE(label->getFlashPhase(), phase);
-    // getFlash follows the phase only while flashing is on; the clock text
-    // alternates either way.
+    // Without flashing getFlash stays ':'; the clock text alternates anyway.
     label->setMode(UDateTimeLabel::ShowTime);
     label->setUseFlash(false);
-    std::string flash, seen;
-    for (int i = 0; i < 4; ++i) {
-        flash += label->getFlash().toUTF8();
-        seen += next()[2];
-    }
-    EXPECT_EQ(flash, "::::");
-    EXPECT_EQ(seen, " : :");
-    label->setUseFlash(true);
-    EXPECT_EQ(label->getFlash().toUTF8(), " ");
+    const std::string one = next(), two = next();
+    EXPECT_EQ(std::string() + one[2] + two[2] + label->getFlash().toUTF8(), " ::");
 
     // Day labels come Monday first and are measured in the widget's font.
     label->setMode(UDateTimeLabel::ShowDate);
@@ -121,7 +104,7 @@ TEST_F(DateTimeLabelTest, OtherModesFreezeTheSeparatorBlinksWithoutFlashDayLabel
     EXPECT_EQ(next(), "MO 01.01.24");
     label->setDayLabels({"M", "TUESDAY", "W", "T", "F", "S", "S"});
     EXPECT_EQ(label->getDayOfWeekLength(), UDrawer::textWidth("TUESDAY", "text"));
-    label->setFont("no such font");
+    label->setFont("no such font"); // the widget's font, not the application's
     EXPECT_EQ(label->getDayOfWeekLength(), 0);
 }
 
