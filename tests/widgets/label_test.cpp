@@ -55,17 +55,6 @@ TEST_F(LabelTest, OffsetsAtTheEdges)
     }
 }
 
-TEST_F(LabelTest, PaintingClearsTheWholeRectangleWithTheBrush)
-{
-    UWidget win(nullptr);
-    addLabel(&win, ULabel::AlignCenter, 2, 2, 9, 5);
-    fillInk(URect(0, 0, 12, 8));
-    win.refresh();
-    drain();
-    EXPECT_EQ(12 * 8 - 8 * 4, screen->inkCount()); // the inverted brush: in the pictures
-    EXPECT_EQ(0, screen->pixel(10, 5));
-}
-
 // Texts in every alignment, an inverted one, one with a marker, icons
 // centred and shifted, and a label whose text hides its icons.
 static ULabel* buildLabels(UWidget& win)
