@@ -6,8 +6,6 @@
 #include "core_fixture.h"
 #include "uobject.h"
 
-using Log = std::vector<std::string>;
-
 TEST_F(CoreTest, EventsArriveInPostingOrderAndHandlerPostsQueueBehind)
 {
     Log log;

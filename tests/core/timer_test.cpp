@@ -8,8 +8,6 @@
 #include "utimer.h"
 #include "utimermanager.h"
 
-using Log = std::vector<std::string>;
-
 namespace {
 
 // Fires: the tick numbers (1-based) on which the owner received an event.
@@ -198,23 +196,6 @@ TEST_F(TimerTest, RealThreadKeepsTheGridWhileSleepingBetweenDueTicks)
     }
     EXPECT_EQ((Log{"o:t" + std::to_string(slow.id())}), log);
     slow.stop();
-}
-
-TEST_F(TimerTest, ApplicationCanDieWithTimersRunning)
-{
-    // The thread posts while the main thread tears the application down: no
-    // event may reach the destroyed loop (ASan/TSan watch this).
-    UTimerManager::instance()->setPaused(false);
-    TickProbe p;
-    UTimer t(&p, 1);
-    t.start();
-    for (int i = 0; i < 20; ++i) {
-        delete app;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        app = new UApplication("again", new MemoryScreen, UApplication::UIMode(0));
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    t.stop();
 }
 
 // Month and year are counted from 1 and 0; all values share the C

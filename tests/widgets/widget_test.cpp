@@ -1,6 +1,6 @@
 // The widget base: traversal order and drawer state, pictures in both
-// positioning modes (translation by every ancestor's corner), visibility,
-// erase on hide, re-parenting, key routing and 16-bit geometry.
+// positioning modes (translation by every ancestor's corner), erase on hide,
+// re-parenting, key routing and 16-bit geometry.
 #include "widget_fixture.h"
 
 TEST_F(WidgetTest, PaintingVisitsTheTreeInOrderWithAFreshDrawerEach)
@@ -69,26 +69,6 @@ TEST_F(WidgetTest, Pictures)
     top.setCoordinates(4, 2, 51, 21);
     paint(top);
     EXPECT_TRUE(textart::matchesGolden(screen->art(0, 0, 64, 30), "widget_relative"));
-}
-
-TEST_F(WidgetTest, VisibilityNeedsEveryAncestorAndTheActiveWindow)
-{
-    UWidget a(nullptr), b(nullptr);
-    UWidget* child = new UWidget(&b);
-    UWidget* grandchild = new UWidget(child);
-    EXPECT_TRUE(a.isVisible());
-    EXPECT_FALSE(grandchild->isVisible()); // b is not the active window
-    forget();
-    grandchild->refresh(); // invisible: nothing posted
-    EXPECT_TRUE(paints().empty());
-    b.show();
-    EXPECT_TRUE(grandchild->isVisible());
-    child->setVisible(false);
-    EXPECT_FALSE(grandchild->isVisible());
-    child->setVisible(true);
-    b.hide(); // stays the active window, invisible
-    EXPECT_EQ(&b, wm->activeWindow());
-    EXPECT_FALSE(grandchild->isVisible());
 }
 
 TEST_F(WidgetTest, HidingErasesTheStoredRectangleOnceAndPostsNothing)

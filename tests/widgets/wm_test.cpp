@@ -4,15 +4,26 @@
 // prints when there is none.
 #include "widget_fixture.h"
 
+// Visibility needs every ancestor and the active window.
 TEST_F(WidgetTest, ActiveWindowFollowsRegistrationAndShow)
 {
     UWidget* a = new UWidget(nullptr);
     UWidget* b = new UWidget(nullptr);
+    UWidget* child = new UWidget(b);
+    UWidget* grandchild = new UWidget(child);
     EXPECT_EQ(a, wm->activeWindow());
+    EXPECT_TRUE(a->isVisible());
+    EXPECT_FALSE(grandchild->isVisible());
     forget();
+    grandchild->refresh(); // invisible: nothing posted
+    EXPECT_TRUE(paints().empty());
     b->show();
     EXPECT_EQ(b, wm->activeWindow());
     EXPECT_EQ(Targets{b}, paints()); // exactly one, from repaint()
+    EXPECT_TRUE(grandchild->isVisible());
+    child->setVisible(false);
+    EXPECT_FALSE(grandchild->isVisible());
+    child->setVisible(true);
     forget();
 
     UWidget* c = new UWidget(nullptr);
@@ -25,6 +36,9 @@ TEST_F(WidgetTest, ActiveWindowFollowsRegistrationAndShow)
 
     delete a;
     EXPECT_EQ(b, wm->activeWindow());
+    b->hide(); // stays the active window, invisible
+    EXPECT_EQ(b, wm->activeWindow());
+    EXPECT_FALSE(grandchild->isVisible());
     delete c;
     delete b;
     EXPECT_EQ(nullptr, wm->activeWindow());
