@@ -58,7 +58,8 @@ TEST(UString, DecodesWithoutValidation)
         {std::string("a\0b", 3), {0x61, 0x00, 0x62}},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(UString::fromUTF8(c.first).storage(), c.second) << ::testing::PrintToString(byteValues(c.first));
+        EXPECT_EQ(UString::fromUTF8(c.first).storage(), c.second)
+            << ::testing::PrintToString(byteValues(c.first));
     UString assigned("zzz");
     assigned = cases[0].first;
     EXPECT_EQ(assigned, UString(cases[0].first));

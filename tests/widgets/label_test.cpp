@@ -1,5 +1,6 @@
 // Labels: text and icon offsets for each alignment with their edge cases,
-// clearing, and pictures in both positioning modes.
+// and pictures in both positioning modes (which show each label clearing
+// its whole rectangle with its brush).
 #include "ulabel.h"
 #include "widget_fixture.h"
 
