@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -181,6 +182,8 @@ const GoldenCase goldenCases[] = {
     {UWidget::Absolute, UWidget::Background | UWidget::Border | UWidget::Inverted,
      "absolute_background_border_inverted"},
     {UWidget::Relative, 0, "relative_plain"}};
+// The case's name, also in the ctest names.
+inline void PrintTo(const GoldenCase& c, std::ostream* os) { *os << c.name; }
 
 // A full-screen window holding a panel whose top-left corner is at screen
 // (8, 4); the widgets under test go into the panel, placed at the same
