@@ -15,6 +15,8 @@
 #include "ukeyevent.h"
 #include "utimerevent.h"
 
+using Log = std::vector<std::string>;
+
 // Records every delivery as "<name>:<kind><type>" in a shared log.
 struct Recorder : UAgent {
     std::vector<std::string>* log;

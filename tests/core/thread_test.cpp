@@ -8,9 +8,7 @@
 #include "uthreadable.h"
 
 namespace {
-
-class Worker : public UThreadable {
-public:
+struct Worker : UThreadable {
     std::atomic<int> runs{0};
     std::atomic<bool> inside{false};
     ~Worker() override
@@ -18,8 +16,6 @@ public:
         stop();
         join();
     }
-
-protected:
     void run() override
     {
         inside = true;
@@ -29,7 +25,6 @@ protected:
         inside = false;
     }
 };
-
 } // namespace
 
 TEST(Threadable, StopJoinAndStartAgain)
@@ -39,9 +34,8 @@ TEST(Threadable, StopJoinAndStartAgain)
     w.start();
     while (!w.inside.load())
         std::this_thread::yield();
-    // A second start while run() goes on: no second thread, and a line.
     testing::internal::CaptureStdout();
-    w.start();
+    w.start(); // while run() goes on: no second thread, and a line
     EXPECT_EQ("UThreadable: start() ignored, the thread is still running\n",
               testing::internal::GetCapturedStdout());
     w.stop();

@@ -11,6 +11,7 @@
 #ifndef UTK_TESTS_MEMORYSCREEN_H
 #define UTK_TESTS_MEMORYSCREEN_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -45,9 +46,7 @@ public:
     }
     unsigned char pixel(unsigned short x, unsigned short y) const override
     {
-        if (x >= m_width || y >= m_height)
-            return 255;
-        return (m_buffer[static_cast<size_t>(y) * m_stride + x / 8] & (0x80 >> (x % 8))) ? 255 : 0;
+        return x >= m_width || y >= m_height || (m_buffer[index(x, y)] & bit(x)) ? 255 : 0;
     }
     void setPixel(unsigned short x, unsigned short y, unsigned char value) override
     {
@@ -56,12 +55,10 @@ public:
             pixels.push_back(PixelCall{x, y, value});
         if (x >= m_width || y >= m_height)
             return;
-        unsigned char& byte = m_buffer[static_cast<size_t>(y) * m_stride + x / 8];
-        const unsigned char bit = static_cast<unsigned char>(0x80 >> (x % 8));
         if (value)
-            byte |= bit;
+            m_buffer[index(x, y)] |= bit(x);
         else
-            byte &= static_cast<unsigned char>(~bit);
+            m_buffer[index(x, y)] &= static_cast<unsigned char>(~bit(x));
     }
     void begin() override { ++beginCalls; }
     void end() override { ++endCalls; }
@@ -85,11 +82,8 @@ public:
     // Number of ink pixels on the whole screen.
     int inkCount() const
     {
-        int n = 0;
-        for (uint16_t y = 0; y < m_height; ++y)
-            for (uint16_t x = 0; x < m_width; ++x)
-                n += pixel(x, y) == 0;
-        return n;
+        const std::string a = art();
+        return static_cast<int>(std::count(a.begin(), a.end(), '#'));
     }
     // Text art of a region (textart.h): '#' ink, '.' background.
     std::string art(int x0, int y0, int w, int h) const { return textart::fromScreen(*this, x0, y0, w, h); }
@@ -105,6 +99,8 @@ public:
     std::vector<std::array<uint16_t, 4>> lineOffers;
 
 private:
+    static unsigned char bit(unsigned short x) { return static_cast<unsigned char>(0x80 >> (x % 8)); }
+    size_t index(unsigned short x, unsigned short y) const { return size_t(y) * m_stride + x / 8; }
     uint16_t m_width;
     uint16_t m_height;
     uint16_t m_stride;

@@ -17,11 +17,7 @@ protected:
     std::string text() const { return label->getText().toUTF8(); }
     // One tick of the clock; the text it leaves.
     std::string next() { label->update(); return text(); }
-    std::string clockAt(unsigned int h, unsigned int m, unsigned int s)
-    {
-        label->setTime(h, m, s);
-        return next();
-    }
+    std::string clockAt(int h, int m, int s) { label->setTime(h, m, s); return next(); }
 
     UDateTimeLabel* label = nullptr;
     std::string constructionOutput;
@@ -30,10 +26,10 @@ protected:
 TEST_F(DateTimeLabelTest, WeekdayAndLeapYearForEveryDayFrom1900To2100)
 {
     // The expected weekday (0 = Sunday) is counted on day by day from
-    // Monday 1900-01-01; the count must land on Saturday 2101-01-01.
+    // Monday 1900-01-01. (Year 0, whose leap days must not wrap, is the
+    // clock test's zero date.)
     static const unsigned monthDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     unsigned weekday = 1;
-    long days = 0;
     for (unsigned y = 1900; y <= 2100; ++y) {
         const bool leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
         ASSERT_EQ(UDateTimeLabel::isGivenDateLeapYear(y), leap) << y;
@@ -42,15 +38,9 @@ TEST_F(DateTimeLabelTest, WeekdayAndLeapYearForEveryDayFrom1900To2100)
                 ASSERT_EQ(UDateTimeLabel::calculateDayOfWeek(y, m, d), weekday)
                     << y << "-" << m << "-" << d;
                 weekday = (weekday + 1) % 7;
-                ++days;
             }
         }
     }
-    EXPECT_EQ(days, 73414);
-    EXPECT_EQ(weekday, 6u);
-    EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(0), 0u);
-    EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(1), 1u); // year 0 counts
-    EXPECT_EQ(UDateTimeLabel::countOfDateFeb29(2024), 491u);
 }
 
 TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
@@ -58,7 +48,6 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
     // A fresh label shows the zero date (a Friday) and says it is obsolete;
     // setters show at the next tick.
     EXPECT_EQ(constructionOutput, "UDateTimeLabel is obsolete, please do not use\n");
-    EXPECT_EQ(UDateTimeLabel::calculateDayOfWeek(0, 0, 0), 5u);
     EXPECT_EQ(text(), "FRI 00.00.00");
     label->setDate(31, 12, 2023);
     EXPECT_EQ(text(), "FRI 00.00.00");
@@ -69,48 +58,34 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
     for (int i = 0; i < 58; ++i)
         label->update();
     EXPECT_EQ(next(), "00:01  "); // 60 ticks after midnight
-    EXPECT_EQ(label->getSeconds(), 0u);
     // Bounds are tested for equality: values beyond them count on.
     EXPECT_EQ(clockAt(30, 59, 59), "31 00  ");
     EXPECT_EQ(clockAt(7, 3, 61), "07:03  ");
-    EXPECT_EQ(label->getSeconds(), 62u);
     label->setMode(UDateTimeLabel::ShowDate); // the date stays
     EXPECT_EQ(next(), "SUN 31.12.23");
 
     label->setMode(UDateTimeLabel::ShowTime); // the twelve-hour dial
     label->set24mode(false);
     EXPECT_EQ(clockAt(12, 30, 0), "12:30pm");
-    EXPECT_EQ(label->getHours().toUTF8(), "00");
     EXPECT_EQ(clockAt(0, 5, 0), "12 05am");
     EXPECT_EQ(clockAt(23, 59, 59), "12:00am");
     EXPECT_EQ(clockAt(13, 7, 0), "01 07pm");
-    label->set24mode(true);
-    EXPECT_EQ(label->getAMPM().toUTF8(), "");
-    EXPECT_EQ(label->getHours().toUTF8(), "13");
 }
 
-TEST_F(DateTimeLabelTest, OtherModesFreezeTheSeparatorBlinksWithoutFlashDayLabelsMondayFirst)
+TEST_F(DateTimeLabelTest, OtherModesFreezeTheTextAndDayLabelsComeMondayFirst)
 {
     label->setMode(static_cast<UDateTimeLabel::DateTimeMode>(2));
     label->setText("frozen");
     const bool phase = label->getFlashPhase();
     EXPECT_EQ(next(), "frozen");
     EXPECT_NE(label->getFlashPhase(), phase);
-    // getFlash follows the phase only while flashing is on; the clock text
-    // alternates either way.
+    // Without flashing the clock's separator still alternates.
     label->setMode(UDateTimeLabel::ShowTime);
     label->setUseFlash(false);
-    std::string flash, seen;
-    for (int i = 0; i < 4; ++i) {
-        flash += label->getFlash().toUTF8();
-        seen += next()[2];
-    }
-    EXPECT_EQ(flash, "::::");
-    EXPECT_EQ(seen, " : :");
-    label->setUseFlash(true);
-    EXPECT_EQ(label->getFlash().toUTF8(), " ");
+    const std::string one = next(), two = next();
+    EXPECT_EQ(std::string() + one[2] + two[2], " :");
 
-    // Day labels come Monday first and are measured in the widget's font.
+    // Day labels come Monday first.
     label->setMode(UDateTimeLabel::ShowDate);
     label->setDayLabels({"MO", "TU", "WE", "TH", "FR", "SA", "SU"});
     label->setDate(31, 12, 2023);
@@ -119,10 +94,6 @@ TEST_F(DateTimeLabelTest, OtherModesFreezeTheSeparatorBlinksWithoutFlashDayLabel
     EXPECT_EQ(next(), "MO 01.01.24");
     label->setDayLabels({"X"}); // too few: ignored
     EXPECT_EQ(next(), "MO 01.01.24");
-    label->setDayLabels({"M", "TUESDAY", "W", "T", "F", "S", "S"});
-    EXPECT_EQ(label->getDayOfWeekLength(), UDrawer::textWidth("TUESDAY", "text"));
-    label->setFont("no such font");
-    EXPECT_EQ(label->getDayOfWeekLength(), 0);
 }
 
 TEST_F(DateTimeLabelTest, OneSecondTimerTicksAndRepaints)

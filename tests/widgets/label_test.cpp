@@ -1,5 +1,6 @@
 // Labels: text and icon offsets for each alignment with their edge cases,
-// clearing, and pictures in both positioning modes.
+// and pictures in both positioning modes (which show each label clearing
+// its whole rectangle with its brush).
 #include "ulabel.h"
 #include "widget_fixture.h"
 
@@ -53,17 +54,6 @@ TEST_F(LabelTest, OffsetsAtTheEdges)
         l->setIcon(0); // glyph 0, not "no icon"
         EXPECT_EQ(1u, l->getIcons().length());
     }
-}
-
-TEST_F(LabelTest, PaintingClearsTheWholeRectangleWithTheBrush)
-{
-    UWidget win(nullptr);
-    addLabel(&win, ULabel::AlignCenter, 2, 2, 9, 5);
-    fillInk(URect(0, 0, 12, 8));
-    win.refresh();
-    drain();
-    EXPECT_EQ(12 * 8 - 8 * 4, screen->inkCount()); // the inverted brush: in the pictures
-    EXPECT_EQ(0, screen->pixel(10, 5));
 }
 
 // Texts in every alignment, an inverted one, one with a marker, icons

@@ -1,8 +1,7 @@
 // Shared fixture for the widget tests: an application on an in-memory
 // screen that records every posted event, the project's fonts loaded, the
-// timer manager paused (time moves only through tick()), a probe widget
-// logging its paint and key calls, a recorder of emitted events, and the
-// golden scene in both positioning modes.
+// timer manager paused (time moves only through tick()), a probe widget, a
+// recorder of emitted events, and the golden scene in both positioning modes.
 #ifndef UTK_TESTS_WIDGET_FIXTURE_H
 #define UTK_TESTS_WIDGET_FIXTURE_H
 
@@ -11,7 +10,6 @@
 #include <memory>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -28,28 +26,19 @@
 #include "ulistitem.h"
 #include "upaintevent.h"
 #include "utimermanager.h"
-#include "uwidget.h"
 #include "uwindowmanager.h"
 
 using Log = std::vector<std::string>;
 using Targets = std::vector<UAgent*>;
 
-class RecordingApp : public UApplication {
-public:
-    explicit RecordingApp(UScreenIfc* screen)
-        : UApplication("WidgetTest", screen, UApplication::UIMode(0))
-    {
-    }
-    struct Post {
-        unsigned short type;
-        UAgent* target;
-    };
+struct RecordingApp : UApplication {
+    explicit RecordingApp(UScreenIfc* screen) : UApplication("WidgetTest", screen, UIMode(0)) {}
     void postEvent(UEvent* e) override
     {
-        posted.push_back(Post{e->getType(), e->getTarget()});
+        posted.emplace_back(e->getType(), e->getTarget());
         UApplication::postEvent(e);
     }
-    std::vector<Post> posted;
+    std::vector<std::pair<unsigned short, UAgent*>> posted;
 };
 
 class ProbeWidget : public UWidget {
@@ -84,10 +73,9 @@ private:
 };
 
 // Logs what a widget emits: "5:<row>:<index>", "6:<row>:<index>" for list
-// events (rows named through `names` by address only, "?" for an unnamed
-// one, "null" for none), "4" for the line edit's delete on empty text.
-class EmitLog : public UAgent {
-public:
+// events (rows named through `names`, "?" unnamed, "null" for none), "4"
+// for the line edit's delete on empty text.
+struct EmitLog : UAgent {
     void event(UEvent* e) override
     {
         std::string s = std::to_string(e->m_type);
@@ -142,12 +130,12 @@ protected:
 
     unsigned int drain() { return app->eventLoop()->processPendingEvents(); }
     // Targets of the events of `type` posted since the last forget().
-    Targets posts(unsigned short type = UEvent::Paint) const
+    Targets posts(unsigned short type) const
     {
         Targets out;
-        for (const RecordingApp::Post& p : app->posted)
-            if (p.type == type)
-                out.push_back(p.target);
+        for (const auto& p : app->posted)
+            if (p.first == type)
+                out.push_back(p.second);
         return out;
     }
     Targets paints() const { return posts(UEvent::Paint); }
@@ -194,6 +182,7 @@ const GoldenCase goldenCases[] = {
     {UWidget::Absolute, UWidget::Background | UWidget::Border | UWidget::Inverted,
      "absolute_background_border_inverted"},
     {UWidget::Relative, 0, "relative_plain"}};
+// The case's name, also in the ctest names.
 inline void PrintTo(const GoldenCase& c, std::ostream* os) { *os << c.name; }
 
 // A full-screen window holding a panel whose top-left corner is at screen
@@ -213,10 +202,8 @@ protected:
     template <class W>
     W* place(W* w, int x, int y, int width, int h) const
     {
-        const bool relative = GetParam().mode == UWidget::Relative;
-        w->setRect(URect(static_cast<uint16_t>(relative ? x - 8 : x),
-                         static_cast<uint16_t>(relative ? y - 4 : y), static_cast<uint16_t>(width),
-                         static_cast<uint16_t>(h)));
+        const int rel = GetParam().mode == UWidget::Relative;
+        w->setRect(URect(uint16_t(x - 8 * rel), uint16_t(y - 4 * rel), uint16_t(width), uint16_t(h)));
         style(w);
         return w;
     }

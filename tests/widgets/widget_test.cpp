@@ -1,6 +1,6 @@
 // The widget base: traversal order and drawer state, pictures in both
-// positioning modes (translation by every ancestor's corner), visibility,
-// erase on hide, re-parenting, key routing and 16-bit geometry.
+// positioning modes (translation by every ancestor's corner), erase on hide,
+// re-parenting, key routing and 16-bit geometry.
 #include "widget_fixture.h"
 
 TEST_F(WidgetTest, PaintingVisitsTheTreeInOrderWithAFreshDrawerEach)
@@ -35,9 +35,6 @@ TEST_F(WidgetTest, PaintingVisitsTheTreeInOrderWithAFreshDrawerEach)
     EXPECT_EQ(UString("RootFont"), root.seenFont);
     EXPECT_EQ(0, a->seenPen);
     EXPECT_EQ(UString("AppFont"), a->seenFont);
-    app->setFont("Other");
-    paint(root);
-    EXPECT_EQ(UString("Other"), a->seenFont);
 }
 
 // Two overlapping children (the one added first lies on top) and a
@@ -74,27 +71,6 @@ TEST_F(WidgetTest, Pictures)
     EXPECT_TRUE(textart::matchesGolden(screen->art(0, 0, 64, 30), "widget_relative"));
 }
 
-TEST_F(WidgetTest, VisibilityNeedsEveryAncestorAndTheActiveWindow)
-{
-    UWidget a(nullptr);
-    UWidget b(nullptr);
-    UWidget* child = new UWidget(&b);
-    UWidget* grandchild = new UWidget(child);
-    EXPECT_TRUE(a.isVisible());
-    EXPECT_FALSE(grandchild->isVisible());
-    forget();
-    grandchild->refresh(); // invisible: nothing posted
-    EXPECT_TRUE(paints().empty());
-    b.show();
-    EXPECT_TRUE(grandchild->isVisible());
-    child->setVisible(false);
-    EXPECT_FALSE(grandchild->isVisible());
-    child->setVisible(true);
-    b.hide(); // stays the active window, invisible
-    EXPECT_EQ(&b, wm->activeWindow());
-    EXPECT_FALSE(grandchild->isVisible());
-}
-
 TEST_F(WidgetTest, HidingErasesTheStoredRectangleOnceAndPostsNothing)
 {
     UWidget::setPositioningMode(UWidget::Relative);
@@ -122,8 +98,7 @@ TEST_F(WidgetTest, HidingErasesTheStoredRectangleOnceAndPostsNothing)
 
 TEST_F(WidgetTest, AddRemoveAndReparentMoveWidgetsBetweenWindowsAndChildren)
 {
-    UWidget parent(nullptr);
-    UWidget other(nullptr);
+    UWidget parent(nullptr), other(nullptr);
     UWidget* w = new UWidget(nullptr);
     forget();
     parent.addWidget(w);
