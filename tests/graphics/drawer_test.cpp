@@ -1,29 +1,13 @@
 // Drawer primitives: the drawing limits, clip and translation, Bresenham
-// lines with their tie-break, dashes, outlines and fills, and the calls the
+// lines with their tie-break, dashes and fills, and the calls the
 // drawer makes on the screen.
-#include <utility>
 #include <vector>
 
 #include "graphics_fixture.h"
 #include "textart.h"
 #include "udrawer.h"
 
-namespace {
-
-using Points = std::vector<std::pair<int, int>>;
-
-// The setPixel calls recorded so far, in their order; the record is emptied.
-Points takeDrawn(MemoryScreen& s)
-{
-    Points out;
-    for (const auto& p : s.pixels)
-        out.push_back({p.x, p.y});
-    s.pixels.clear();
-    return out;
-}
-
-} // namespace
-
+using Calls = std::vector<MemoryScreen::PixelCall>;
 using DrawerTest = GraphicsTest;
 
 // The limits 198/47 and the clip apply before the translation.
@@ -45,7 +29,7 @@ TEST_F(DrawerTest, LifetimeLimitsClipAndTranslationsModulo65536)
     d.drawPixel(65535, 65535);
     d.drawPixel(198, 47);
     d.drawPixel(13, 4, 77); // any non-zero value is background
-    EXPECT_EQ(screen->pixels, (std::vector<MemoryScreen::PixelCall>{{188, 46, 0}, {3, 3, 77}}));
+    EXPECT_EQ(screen->pixels, (Calls{{188, 46, 0}, {3, 3, 77}}));
     screen->pixels.clear();
 
     d.resetTranslation();
@@ -59,7 +43,7 @@ TEST_F(DrawerTest, LifetimeLimitsClipAndTranslationsModulo65536)
     d.drawPixel(0, 0); // lands on x 65535, which the screen drops
     d.resetTranslation();
     d.drawPixel(7, 7);
-    EXPECT_EQ(takeDrawn(*screen), (Points{{30, 47}, {5, 4}, {65535, 3}, {7, 7}}));
+    EXPECT_EQ(screen->pixels, (Calls{{30, 47, 0}, {5, 4, 0}, {65535, 3, 0}, {7, 7, 0}}));
 }
 
 // One past 198/47 a line is dropped whole and not even offered to the
@@ -83,7 +67,7 @@ TEST_F(DrawerTest, LinesStopAtTheLimitsAndGoToTheScreenFirst)
                                       {3, 4, 5, 40}, {0, 0, 5, 0}, {0, 0, 0, 5}, {0, 5, 5, 5}, {5, 0, 5, 5}}));
     screen->acceptLines = false; // a declined offer is drawn by the drawer
     d.drawLine(0, 10, 9, 10);
-    EXPECT_EQ(takeDrawn(*screen).size(), 10u);
+    EXPECT_EQ(screen->pixels.size(), 10u);
 }
 
 TEST_F(DrawerTest, OctantsGolden)
@@ -129,17 +113,10 @@ TEST_F(DrawerTest, DashedLines)
     EXPECT_EQ(screen->art(125, 2, 4, 1), "##.#\n");
 }
 
-TEST_F(DrawerTest, OutlinesAndFills)
+// Fills order their corners and use the brush, not the pen.
+TEST_F(DrawerTest, FillsOrderTheirCornersAndUseTheBrush)
 {
     UDrawer d;
-    d.drawRect(URect(UPoint(10, 5), UPoint(199, 20))); // right edge beyond the limit:
-    EXPECT_EQ(inkBox(), (Box{10, 5, 10, 20}));         // only the left edge is drawn
-    screen->clear();
-    d.drawRect(UPoint(3, 3), UPoint(0, 0)); // reversed corners: the same outline
-    EXPECT_EQ(screen->art(0, 0, 5, 5), "####.\n#..#.\n#..#.\n####.\n.....\n");
-
-    // Fills order their corners and use the brush, not the pen.
-    screen->clear();
     d.setBrush(0);
     d.fillRect(10, 10, 5, 5);
     EXPECT_EQ(inkBox(), (Box{5, 5, 10, 10}));
