@@ -1,8 +1,7 @@
 // Fixture for the framebuffer screen on the simulated LCD: a private
 // memory file per test process, the System V segment 200555 removed before
-// and after every test, access to the device memory as 8-, 16- and 32-bit
-// units, and a switch that makes shmat() fail (the test program's own
-// shmat() stands in for the C library's, see screen_shmat.cpp).
+// and after every test, and a switch that makes shmat() fail (the test
+// program's own shmat() stands in for the C library's, see screen_shmat.cpp).
 #ifndef UTK_TESTS_SCREEN_FIXTURE_H
 #define UTK_TESTS_SCREEN_FIXTURE_H
 
@@ -37,10 +36,7 @@ inline unsigned char* makeSegment(size_t size, unsigned char value)
 {
     const int id = shmget(UScreenZQ4::SHM_KEY, size, IPC_CREAT | 0600);
     void* a = id < 0 ? reinterpret_cast<void*>(-1) : shmat(id, nullptr, 0);
-    if (a == reinterpret_cast<void*>(-1))
-        return nullptr;
-    memset(a, value, size);
-    return static_cast<unsigned char*>(a);
+    return a == reinterpret_cast<void*>(-1) ? nullptr : static_cast<unsigned char*>(memset(a, value, size));
 }
 
 class ScreenTest : public ::testing::Test {
@@ -70,9 +66,8 @@ protected:
     {
         removeSegment();
         ASSERT_TRUE(SimFramebuffer::configure(id, xres, yres, bpp, line));
-        if (segment && geteuid() != 0) {
+        if (segment && geteuid() != 0)
             ASSERT_NE(makeSegment(segment, 0x00), nullptr);
-        }
         create();
     }
     void create()
