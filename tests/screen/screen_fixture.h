@@ -66,8 +66,9 @@ protected:
     {
         removeSegment();
         ASSERT_TRUE(SimFramebuffer::configure(id, xres, yres, bpp, line));
-        if (segment && geteuid() != 0)
+        if (segment && geteuid() != 0) {
             ASSERT_NE(makeSegment(segment, 0x00), nullptr);
+        }
         create();
     }
     void create()
