@@ -1,7 +1,6 @@
 // Fixture for the framebuffer screen on the simulated LCD: a private
-// memory file per test process, the System V segment 200555 removed before
-// and after every test, and a switch that makes shmat() fail (the test
-// program's own shmat() stands in for the C library's, see screen_shmat.cpp).
+// memory file per test process, and the System V segment 200555 removed
+// before and after every test.
 #ifndef UTK_TESTS_SCREEN_FIXTURE_H
 #define UTK_TESTS_SCREEN_FIXTURE_H
 
@@ -19,9 +18,6 @@
 #include "simframebuffer.h"
 #include "syshardwareversion.h"
 #include "uscreenzq4.h"
-
-// errno for every shmat() of this process from now on; 0 lets it through.
-void failShmat(int error);
 
 inline void removeSegment()
 {
@@ -51,7 +47,6 @@ protected:
     void TearDown() override
     {
         screen.reset();
-        failShmat(0);
         removeSegment();
         SimFramebuffer::clearFailures();
         SimFramebuffer::remove();
