@@ -3,20 +3,13 @@
 // same drawing through the pixel routine on an in-memory screen: every bit
 // offset, clip edges, translations that wrap, both pens, text running off
 // the screen's right edge, and repeated texts served from the caches.
-#include <string>
 #include <vector>
 
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
-#include "memoryscreen.h"
+#include "graphics_fixture.h"
 #include "simframebuffer.h"
-#include "syshardwareversion.h"
-#include "textart.h"
-#include "uapplication.h"
 #include "udrawer.h"
-#include "ufontmanager.h"
 #include "uscreenzq4.h"
 
 namespace {
@@ -26,8 +19,8 @@ namespace {
 std::vector<std::string> drawCases(UScreenIfc& screen)
 {
     UFontManager* fonts = UApplication::instance()->fontManager();
-    fonts->loadFont(std::string(UTK_SOURCE_DIR) + "/fonts/utk-text-12.bdf", "text");
-    fonts->loadFont(std::string(UTK_SOURCE_DIR) + "/fonts/utk-icons-10.bdf", "icons");
+    fonts->loadFont(sourcePath("fonts/utk-text-12.bdf"), "text");
+    fonts->loadFont(sourcePath("fonts/utk-icons-10.bdf"), "icons");
     const UString texts[] = {"Missed call: 0123456", "gjpqy WMW |!|", UString(0xE108)};
     struct Case {
         unsigned short x, y, tx, ty;
@@ -35,23 +28,22 @@ std::vector<std::string> drawCases(UScreenIfc& screen)
         unsigned char pen;
     };
     std::vector<Case> cases;
+    const URect all(0, 0, 199, 48);
     for (unsigned short x = 0; x < 9; ++x) // every bit offset, both through x and translation
         for (unsigned short tx = 0; tx < 9; tx = static_cast<unsigned short>(tx + 4))
-            cases.push_back({x, 0, tx, 0, URect(0, 0, 199, 48), 0});
-    const URect clips[] = {URect(UPoint(3, 2), UPoint(45, 8)), URect(UPoint(17, 0), UPoint(17, 47)),
-                           URect(UPoint(9, 4), UPoint(200, 60)), URect(UPoint(30, 5), UPoint(20, 9))};
-    for (const URect& c : clips)
+            cases.push_back({x, 0, tx, 0, all, 0});
+    for (const URect& c : {URect(UPoint(3, 2), UPoint(45, 8)), URect(UPoint(17, 0), UPoint(17, 47)),
+                           URect(UPoint(9, 4), UPoint(200, 60)), URect(UPoint(30, 5), UPoint(20, 9))})
         for (unsigned short x = 1; x < 9; x = static_cast<unsigned short>(x + 3))
             cases.push_back({x, 0, 5, 3, c, 0});
-    cases.push_back({150, 30, 0, 0, URect(0, 0, 199, 48), 0});   // past x 198 and y 47
-    cases.push_back({2, 0, 180, 20, URect(0, 0, 199, 48), 0});   // past the screen's edge
-    for (unsigned short k = 1; k <= 8; ++k) {
+    cases.insert(cases.end(), {{150, 30, 0, 0, all, 0},   // past x 198 and y 47
+                               {2, 0, 180, 20, all, 0},   // past the screen's edge
+                               {3, 65533, 0, 0, all, 0},  // top row wraps
+                               {11, 1, 65535, 65535, all, 0}});
+    for (unsigned short k = 1; k <= 8; ++k) { // drawer x wraps, screen x wraps
         const unsigned short wrap = static_cast<unsigned short>(65536 - k);
-        cases.push_back({wrap, 0, 0, 0, URect(0, 0, 199, 48), 0}); // drawer x wraps
-        cases.push_back({9, 0, wrap, 0, URect(0, 0, 199, 48), 0}); // screen x wraps
+        cases.insert(cases.end(), {{wrap, 0, 0, 0, all, 0}, {9, 0, wrap, 0, all, 0}});
     }
-    cases.push_back({3, 65533, 0, 0, URect(0, 0, 199, 48), 0}); // top row wraps
-    cases.push_back({11, 1, 65535, 65535, URect(0, 0, 199, 48), 0});
     for (unsigned short x = 0; x < 8; x = static_cast<unsigned short>(x + 3))
         cases.push_back({x, 4, 1, 0, URect(UPoint(2, 0), UPoint(150, 40)), 255});
 

@@ -1,5 +1,5 @@
 // Shared fixture for graphics tests: a standalone application drawing on an
-// in-memory screen, with the toolkit's fonts at hand.
+// in-memory screen, and the ink's bounding box.
 #ifndef UTK_TESTS_GRAPHICS_FIXTURE_H
 #define UTK_TESTS_GRAPHICS_FIXTURE_H
 
@@ -23,33 +23,19 @@ using Box = std::array<int, 4>;
 
 class GraphicsTest : public ::testing::Test {
 protected:
-    virtual MemoryScreen* makeScreen() { return new MemoryScreen(); }
-
     void SetUp() override
     {
         SysHardwareVersion::setModel(SysHardwareVersion::MODEL_DEFAULT);
-        screen = makeScreen();
+        screen = new MemoryScreen();
         app = new UApplication("GraphicsTest", screen, UApplication::UIMode(0));
         // Whatever the application drew while starting is not the test's.
         screen->clear();
-        screen->beginCalls = screen->endCalls = screen->flushCalls = screen->setPixelCalls = 0;
-        screen->pixels.clear();
-        screen->lineOffers.clear();
+        screen->beginCalls = screen->endCalls = screen->flushCalls = 0;
     }
     void TearDown() override
     {
         delete app; // deletes the screen too
         SysHardwareVersion::setModel(SysHardwareVersion::MODEL_DEFAULT);
-    }
-
-    // Loads the toolkit's fonts as "text" and "icons" and makes them the
-    // application's default and icon fonts.
-    void loadToolkitFonts()
-    {
-        fonts()->loadFont(sourcePath("fonts/utk-text-12.bdf"), "text");
-        fonts()->loadFont(sourcePath("fonts/utk-icons-10.bdf"), "icons");
-        app->setFont("text");
-        app->setIconFont("icons");
     }
 
     UFontManager* fonts() { return app->fontManager(); }

@@ -1,8 +1,6 @@
 // Fixture for the framebuffer screen on the simulated LCD: a private
-// memory file per test process, the System V segment 200555 removed before
-// and after every test, access to the device memory as 8-, 16- and 32-bit
-// units, and a switch that makes shmat() fail (the test program's own
-// shmat() stands in for the C library's, see screen_shmat.cpp).
+// memory file per test process, and the System V segment 200555 removed
+// before and after every test.
 #ifndef UTK_TESTS_SCREEN_FIXTURE_H
 #define UTK_TESTS_SCREEN_FIXTURE_H
 
@@ -21,9 +19,6 @@
 #include "syshardwareversion.h"
 #include "uscreenzq4.h"
 
-// errno for every shmat() of this process from now on; 0 lets it through.
-void failShmat(int error);
-
 inline void removeSegment()
 {
     const int id = shmget(UScreenZQ4::SHM_KEY, 0, 0);
@@ -37,10 +32,7 @@ inline unsigned char* makeSegment(size_t size, unsigned char value)
 {
     const int id = shmget(UScreenZQ4::SHM_KEY, size, IPC_CREAT | 0600);
     void* a = id < 0 ? reinterpret_cast<void*>(-1) : shmat(id, nullptr, 0);
-    if (a == reinterpret_cast<void*>(-1))
-        return nullptr;
-    memset(a, value, size);
-    return static_cast<unsigned char*>(a);
+    return a == reinterpret_cast<void*>(-1) ? nullptr : static_cast<unsigned char*>(memset(a, value, size));
 }
 
 class ScreenTest : public ::testing::Test {
@@ -55,7 +47,6 @@ protected:
     void TearDown() override
     {
         screen.reset();
-        failShmat(0);
         removeSegment();
         SimFramebuffer::clearFailures();
         SimFramebuffer::remove();
