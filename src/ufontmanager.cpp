@@ -8,7 +8,6 @@
 #include <iostream>
 #include <new>
 #include <sstream>
-#include <unordered_map>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -114,7 +113,9 @@ public:
     bool proxyTried = false;
     bool simpleFont = false;
     std::deque<Glyph> glyphs;
-    std::unordered_map<uint32_t, const Glyph*> glyphIndex;
+    // The rendered glyph per index below 65536, in pages of 256 (an index
+    // above, which no font of ours has, is rendered every time).
+    std::unique_ptr<const Glyph*[]> glyphPages[256];
     unsigned long generation = 1;
 
     ~FontData() { dropProxy(); }
@@ -326,9 +327,15 @@ public:
 
     const Glyph* glyph(FT_Face face, uint32_t index)
     {
-        auto it = glyphIndex.find(index);
-        if (it != glyphIndex.end())
-            return it->second;
+        const Glyph** known = nullptr;
+        if (index <= 0xFFFF) {
+            std::unique_ptr<const Glyph*[]>& page = glyphPages[index >> 8];
+            if (!page)
+                page.reset(new const Glyph*[256]());
+            known = &page[index & 0xFF];
+            if (*known)
+                return *known;
+        }
         glyphs.emplace_back();
         Glyph& g = glyphs.back();
         if (FT_Load_Glyph(face, index, FT_LOAD_DEFAULT) == 0 &&
@@ -362,7 +369,8 @@ public:
                 }
             }
         }
-        glyphIndex.emplace(index, &g);
+        if (known)
+            *known = &g;
         return &g;
     }
 
@@ -374,7 +382,8 @@ public:
         if (glyphs.size() + n <= MAX_GLYPHS || glyphs.empty())
             return;
         glyphs.clear();
-        glyphIndex.clear();
+        for (auto& page : glyphPages)
+            page.reset();
         ++generation; // every Shaped's glyph pointers are stale now
     }
 
