@@ -437,13 +437,17 @@ void UDrawer::drawText(const UString& text, const UPoint& p)
 void UDrawer::renderText(const UString& text, const UString& font, unsigned short x,
                          unsigned short y)
 {
-    UString t = text;
-    if (m_marker && SysHardwareVersion::isTR480() && !t.empty()) {
-        // The TR480 shows the leading marker at the end of the text.
-        for (unsigned int i = 0; i < t.length(); ++i) {
-            if (t[i] == MARKER_FIRST) {
-                t[i] = 0x0020;
-                t[t.length() - 1] = MARKER_FIRST;
+    // The TR480 shows the leading marker at the end of the text: only then
+    // is the text copied.
+    UString moved;
+    const UString* t = &text;
+    if (m_marker && !text.empty() && SysHardwareVersion::isTR480()) {
+        for (unsigned int i = 0; i < text.length(); ++i) {
+            if (text[i] == MARKER_FIRST) {
+                moved = text;
+                moved[i] = 0x0020;
+                moved[moved.length() - 1] = MARKER_FIRST;
+                t = &moved;
                 break;
             }
         }
@@ -452,11 +456,11 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
     UApplication* app = UApplication::instance();
     if (app == nullptr || app->fontManager() == nullptr)
         return;
-    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, t, true);
+    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, *t, true);
     if (shaped == nullptr)
         return;
     const unsigned int n = static_cast<unsigned int>(shaped->glyphs.size());
-    const UString& units = t;
+    const UString& units = *t;
 
     const GlyphTarget target = glyphTarget();
     uint16_t penX = x;

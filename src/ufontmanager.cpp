@@ -257,7 +257,7 @@ public:
         return hb_font_get_glyph_h_kerning(self(d)->ft, a, b);
     }
 
-    // Whether the Latin locale's shaping maps unit u one to one onto its
+    // Finds out whether the Latin locale's shaping maps unit u one to one onto its
     // nominal glyph with the glyph's own advance, whatever stands around
     // it. In a face that is no sfnt (BDF, PCF) and has no kerning,
     // HarfBuzz has no layout tables and no kerning to apply: it maps
@@ -270,12 +270,8 @@ public:
     // the glyph's advance is shaped that way in any text of such
     // characters. NUL (which ends the text HarfBuzz is given) and
     // surrogates are never simple.
-    bool simple(hb_font_t* font, hb_buffer_t* b, unsigned short u, Char** out)
+    bool classify(hb_font_t* font, hb_buffer_t* b, unsigned short u, Char& c)
     {
-        Char& c = charAt(u);
-        *out = &c;
-        if (c.simple != ASK)
-            return c.simple == YES;
         c.simple = NO;
         hb_codepoint_t g = 0;
         const hb_unicode_general_category_t cat =
@@ -314,11 +310,11 @@ public:
         out.indices.resize(units.size());
         out.advances.resize(units.size());
         for (size_t i = 0; i < units.size(); ++i) {
-            Char* c = nullptr;
-            if (!simple(font, b, units[i], &c))
+            Char& c = charAt(units[i]);
+            if (c.simple != YES && (c.simple == NO || !classify(font, b, units[i], c)))
                 return false;
-            out.indices[i] = c->glyph;
-            out.advances[i] = c->advance;
+            out.indices[i] = c.glyph;
+            out.advances[i] = c.advance;
         }
         out.glyphs.clear();
         out.generation = 0;
@@ -507,10 +503,13 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
     Shaped* shaped = &data.scratch;
     FontData::Slot* slot = nullptr;
     if (units.size() <= MAX_CACHED_UNITS) {
-        uint32_t h = 2166136261u ^ static_cast<uint32_t>(locale);
+        // Rotate and mix in each unit (two cycles a unit, where a multiply
+        // per unit costs four), then spread the bits once.
+        uint32_t h = static_cast<uint32_t>(locale);
         for (unsigned short u : units)
-            h = (h ^ u) * 16777619u;
-        slot = &data.slots[(h ^ (h >> 15)) & (SHAPE_SLOTS - 1)];
+            h = ((h << 5) | (h >> 27)) ^ u;
+        h *= 0x9E3779B1u;
+        slot = &data.slots[(h >> 16) & (SHAPE_SLOTS - 1)];
         if (slot->used && slot->locale == locale && slot->units == units) {
             if (glyphs)
                 data.resolve(entry.font.m_face, slot->shaped);
