@@ -212,7 +212,7 @@ public:
     static FontData* self(void* d) { return static_cast<FontData*>(d); }
     static hb_bool_t nominalFunc(hb_font_t*, void* d, hb_codepoint_t u, hb_codepoint_t* g, void*)
     {
-        return self(d)->nominal(u, g);
+        return nominalsFunc(nullptr, d, 1, &u, 0, g, 0, nullptr) == 1;
     }
     static unsigned int nominalsFunc(hb_font_t*, void* d, unsigned int count,
                                      const hb_codepoint_t* u, unsigned int ustride,
@@ -276,7 +276,8 @@ public:
         hb_codepoint_t g = 0;
         const hb_unicode_general_category_t cat =
             hb_unicode_general_category(hb_unicode_funcs_get_default(), u);
-        if (u == 0 || (u >= 0xD800 && u <= 0xDFFF) || !nominal(u, &g) ||
+        const hb_codepoint_t cp = u;
+        if (u == 0 || (u >= 0xD800 && u <= 0xDFFF) || !nominalFunc(nullptr, this, cp, &g, nullptr) ||
             cat == HB_UNICODE_GENERAL_CATEGORY_NON_SPACING_MARK ||
             cat == HB_UNICODE_GENERAL_CATEGORY_SPACING_MARK ||
             cat == HB_UNICODE_GENERAL_CATEGORY_ENCLOSING_MARK)
@@ -290,7 +291,8 @@ public:
         unsigned int n = 0;
         const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
         const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
-        const hb_position_t a = advance(g);
+        hb_position_t a = 0;
+        advancesFunc(nullptr, this, 1, &g, 0, &a, 0, nullptr);
         if (n == 1 && info[0].codepoint == g && pos[0].x_advance == a && a / 64 >= INT16_MIN &&
             a / 64 <= INT16_MAX) {
             c.simple = YES;
