@@ -293,7 +293,8 @@ public:
         const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
         hb_position_t a = 0;
         advancesFunc(nullptr, this, 1, &g, 0, &a, 0, nullptr);
-        if (n == 1 && info[0].codepoint == g && pos[0].x_advance == a && a / 64 >= INT16_MIN &&
+        if (n == 1 && info[0].codepoint == g && c.glyph == g && pos[0].x_advance == a &&
+            a / 64 >= INT16_MIN &&
             a / 64 <= INT16_MAX) {
             c.simple = YES;
             c.advance = static_cast<int16_t>(a / 64);
