@@ -40,17 +40,29 @@
 // - shaped texts: per font, a direct-mapped table of 128 slots keyed on the
 //   locale's shaping settings and the text's units holds the glyph indices
 //   and whole-pixel advances of recently shaped texts; texts longer than
-//   128 units are shaped every time. Printable ASCII in a bitmap font
-//   without kerning in the Latin locale is answered from a table of
-//   HarfBuzz's own nominal glyph and advance per character (the reasons
-//   are in the source);
+//   128 units are shaped every time. In a bitmap font without kerning, in
+//   the Latin locale, a text made only of characters that HarfBuzz shapes
+//   one to one (Latin-1 letters and most other non-mark characters the
+//   font has; each is tried alone with HarfBuzz once, the reasons are in
+//   the source) is answered from a per-character table;
+// - HarfBuzz shapes every other text with a font of the manager's own
+//   built on the loaded one: nominal glyphs and horizontal advances are
+//   asked of the loaded HarfBuzz font once per character and glyph and
+//   then answered from tables, without the lock that HarfBuzz's FreeType
+//   functions take around every call on the face (a face must not be used
+//   by two threads at once, and HarfBuzz fonts may be shared between
+//   threads; here only the painting thread shapes). Everything else
+//   (extents, kerning of a face that has kerning) is passed on. Texts
+//   without surrogates are handed over as UTF-16, which HarfBuzz reads
+//   exactly as the UTF-8 of the text;
 // - rendered glyphs: per font, the one-bit bitmap FreeType renders for a
 //   glyph index (whole bytes of its pitch, bearings, and whether loading or
 //   rendering failed or gave a non-monochrome bitmap). At most 1024 glyphs
 //   are kept; when a text needs more room the font's glyphs are dropped
 //   (and rendered again on demand).
-// Both are released with their font. They assume that nobody changes the
-// face's size or the HarfBuzz font's settings behind the manager's back.
+// All are released with their font (the manager's HarfBuzz font first: it
+// shares the face). They assume that nobody changes the face's size or the
+// HarfBuzz font's settings behind the manager's back.
 // A pointer that shape() answers is valid until the next call on the
 // manager.
 //

@@ -34,6 +34,31 @@ int abs16(int16_t v)
     return v < 0 ? -static_cast<int>(v) : static_cast<int>(v);
 }
 
+// Merges one row of glyph bytes, masked, into a screen row whose first
+// byte holds the glyph's first column at bit 7 - shift. Set bits lie left
+// of the screen's width, so the byte after is only touched when a bit
+// falls into it.
+inline void mergeGlyphRow(unsigned char* dst, const unsigned char* src, const unsigned char* mask,
+                          unsigned int pitch, unsigned int shift, bool ink)
+{
+    for (unsigned int b = 0; b < pitch; ++b) {
+        const unsigned int data = src[b] & mask[b];
+        if (data == 0)
+            continue;
+        const unsigned int first = data >> shift;
+        const unsigned int second = (data << (8 - shift)) & 0xFFu;
+        if (ink) {
+            dst[b] = static_cast<unsigned char>(dst[b] & ~first);
+            if (second)
+                dst[b + 1] = static_cast<unsigned char>(dst[b + 1] & ~second);
+        } else {
+            dst[b] = static_cast<unsigned char>(dst[b] | first);
+            if (second)
+                dst[b + 1] = static_cast<unsigned char>(dst[b + 1] | second);
+        }
+    }
+}
+
 } // namespace
 
 void adjustBufferForLocale(hb_buffer_t* buffer)
@@ -129,6 +154,18 @@ void UDrawer::drawGlyphBits(const GlyphTarget& target, const unsigned char* bits
             return;
         const unsigned int shift = sx & 7u;
         const bool ink = m_pen == 0;
+        if (y >= ylo && y + rows - 1 <= yhi && y + m_translationY + rows <= target.height) {
+            // Every row is within the limits, the clip and the screen.
+            unsigned char* dst = target.base +
+                                 static_cast<size_t>(y + m_translationY) * target.stride + (sx >> 3);
+            if (pitch == 1) // the common narrow glyph: one byte a row
+                for (unsigned int r = 0; r < rows; ++r, dst += target.stride)
+                    mergeGlyphRow(dst, bits + r, mask, 1, shift, ink);
+            else
+                for (unsigned int r = 0; r < rows; ++r, bits += pitch, dst += target.stride)
+                    mergeGlyphRow(dst, bits, mask, pitch, shift, ink);
+            return;
+        }
         for (unsigned int r = 0; r < rows; ++r) {
             const uint16_t py = static_cast<uint16_t>(y + r);
             if (py < ylo || py > yhi)
@@ -136,26 +173,8 @@ void UDrawer::drawGlyphBits(const GlyphTarget& target, const unsigned char* bits
             const uint16_t sy = static_cast<uint16_t>(py + m_translationY);
             if (sy >= target.height)
                 continue; // setPixel drops the whole row
-            const unsigned char* src = bits + static_cast<size_t>(r) * pitch;
-            unsigned char* dst = target.base + static_cast<size_t>(sy) * target.stride + (sx >> 3);
-            for (unsigned int b = 0; b < pitch; ++b) {
-                const unsigned int data = src[b] & mask[b];
-                if (data == 0)
-                    continue;
-                // Set bits lie left of the screen's width, so the second
-                // byte is only touched when it is within the row.
-                const unsigned int first = data >> shift;
-                const unsigned int second = (data << (8 - shift)) & 0xFFu;
-                if (ink) {
-                    dst[b] = static_cast<unsigned char>(dst[b] & ~first);
-                    if (second)
-                        dst[b + 1] = static_cast<unsigned char>(dst[b + 1] & ~second);
-                } else {
-                    dst[b] = static_cast<unsigned char>(dst[b] | first);
-                    if (second)
-                        dst[b + 1] = static_cast<unsigned char>(dst[b + 1] | second);
-                }
-            }
+            mergeGlyphRow(target.base + static_cast<size_t>(sy) * target.stride + (sx >> 3),
+                          bits + static_cast<size_t>(r) * pitch, mask, pitch, shift, ink);
         }
         return;
     }
@@ -418,13 +437,17 @@ void UDrawer::drawText(const UString& text, const UPoint& p)
 void UDrawer::renderText(const UString& text, const UString& font, unsigned short x,
                          unsigned short y)
 {
-    UString t = text;
-    if (m_marker && SysHardwareVersion::isTR480() && !t.empty()) {
-        // The TR480 shows the leading marker at the end of the text.
-        for (unsigned int i = 0; i < t.length(); ++i) {
-            if (t[i] == MARKER_FIRST) {
-                t[i] = 0x0020;
-                t[t.length() - 1] = MARKER_FIRST;
+    // The TR480 shows the leading marker at the end of the text: only then
+    // is the text copied.
+    UString moved;
+    const UString* t = &text;
+    if (m_marker && !text.empty() && SysHardwareVersion::isTR480()) {
+        for (unsigned int i = 0; i < text.length(); ++i) {
+            if (text[i] == MARKER_FIRST) {
+                moved = text;
+                moved[i] = 0x0020;
+                moved[moved.length() - 1] = MARKER_FIRST;
+                t = &moved;
                 break;
             }
         }
@@ -433,11 +456,11 @@ void UDrawer::renderText(const UString& text, const UString& font, unsigned shor
     UApplication* app = UApplication::instance();
     if (app == nullptr || app->fontManager() == nullptr)
         return;
-    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, t, true);
+    const UFontManager::Shaped* shaped = app->fontManager()->shape(font, *t, true);
     if (shaped == nullptr)
         return;
     const unsigned int n = static_cast<unsigned int>(shaped->glyphs.size());
-    const UString& units = t;
+    const UString& units = *t;
 
     const GlyphTarget target = glyphTarget();
     uint16_t penX = x;

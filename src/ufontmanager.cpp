@@ -8,7 +8,6 @@
 #include <iostream>
 #include <new>
 #include <sstream>
-#include <unordered_map>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -95,46 +94,230 @@ public:
     std::vector<unsigned char> bytes; // the face's file, read once
     std::vector<Slot> slots = std::vector<Slot>(SHAPE_SLOTS);
     Shaped scratch; // long texts, shaped every time
-    // Printable ASCII in a simple font (see simpleAscii()): HarfBuzz's own
-    // nominal glyph and advance per character, asked once.
-    enum { ASCII_FIRST = 0x20, ASCII_LAST = 0x7E, NO_GLYPH = 0xFFFFFFFFu };
-    bool asciiKnown = false;
-    bool asciiSimple = false;
-    uint32_t asciiGlyph[ASCII_LAST - ASCII_FIRST + 1];
-    int32_t asciiAdvance[ASCII_LAST - ASCII_FIRST + 1];
+
+    // What HarfBuzz's FreeType functions answer, asked once: per character
+    // (a BMP unit) its nominal glyph and, once asked, whether HarfBuzz
+    // shapes it one to one (see simple()); per glyph index its advance in
+    // font units. Pages of 256 are made on first use.
+    enum : uint32_t { UNKNOWN = 0xFFFFFFFFu, NONE = 0xFFFFFFFEu };
+    enum : uint8_t { ASK, YES, NO };
+    struct Char {
+        uint32_t glyph = UNKNOWN;
+        int16_t advance = 0; // whole pixels, when simple
+        uint8_t simple = ASK;
+    };
+    std::unique_ptr<Char[]> chars[256];
+    std::unique_ptr<int32_t[]> advances[256];
+    hb_font_t* ft = nullptr;    // the entry's HarfBuzz font on the face
+    hb_font_t* proxy = nullptr; // answers from the tables above, see makeProxy()
+    bool proxyTried = false;
+    bool simpleFont = false;
     std::deque<Glyph> glyphs;
-    std::unordered_map<uint32_t, const Glyph*> glyphIndex;
+    // The rendered glyph per index below 65536, in pages of 256 (an index
+    // above, which no font of ours has, is rendered every time).
+    std::unique_ptr<const Glyph*[]> glyphPages[256];
     unsigned long generation = 1;
 
-    // A face that is no sfnt (BDF, PCF) and has no kerning gives HarfBuzz
-    // no layout tables and no kerning: shaping printable ASCII in Latin,
-    // left to right, then maps each character to its nominal glyph with its
-    // plain advance (no normalisation, ligature, mark or spacing rule
-    // touches those characters). Such texts are answered from a table of
-    // HarfBuzz's own answers for each character; any other text, font or
-    // locale, or a character the font lacks, is shaped by HarfBuzz.
-    bool simpleAscii(const UFTHBFont& f, const std::vector<unsigned short>& units, Shaped& out)
+    ~FontData() { dropProxy(); }
+
+    void dropProxy()
     {
-        if (!asciiKnown) {
-            asciiKnown = true;
-            asciiSimple = !FT_IS_SFNT(f.m_face) && !FT_HAS_KERNING(f.m_face);
-            for (unsigned int c = ASCII_FIRST; c <= ASCII_LAST; ++c) {
-                hb_codepoint_t g = 0;
-                const bool has = hb_font_get_nominal_glyph(f.m_font, c, &g);
-                asciiGlyph[c - ASCII_FIRST] = has ? g : NO_GLYPH;
-                asciiAdvance[c - ASCII_FIRST] = has ? hb_font_get_glyph_h_advance(f.m_font, g) / 64 : 0;
-            }
+        if (proxy)
+            hb_font_destroy(proxy);
+        proxy = nullptr;
+    }
+
+    Char& charAt(uint32_t u)
+    {
+        std::unique_ptr<Char[]>& page = chars[u >> 8 & 0xFF];
+        if (!page)
+            page.reset(new Char[256]);
+        return page[u & 0xFF];
+    }
+
+    bool nominal(hb_codepoint_t u, hb_codepoint_t* g)
+    {
+        if (u > 0xFFFF)
+            return hb_font_get_nominal_glyph(ft, u, g);
+        Char& c = charAt(u);
+        if (c.glyph == UNKNOWN) {
+            hb_codepoint_t x = 0;
+            if (!hb_font_get_nominal_glyph(ft, u, &x))
+                c.glyph = NONE;
+            else if (x < NONE)
+                c.glyph = x;
+            else
+                return *g = x, true; // not representable: asked every time
         }
-        if (!asciiSimple)
+        if (c.glyph == NONE)
             return false;
-        for (unsigned short u : units)
-            if (u < ASCII_FIRST || u > ASCII_LAST || asciiGlyph[u - ASCII_FIRST] == NO_GLYPH)
-                return false;
+        *g = c.glyph;
+        return true;
+    }
+
+    hb_position_t advance(hb_codepoint_t g)
+    {
+        if (g > 0xFFFF)
+            return hb_font_get_glyph_h_advance(ft, g);
+        std::unique_ptr<int32_t[]>& page = advances[g >> 8];
+        if (!page) {
+            page.reset(new int32_t[256]);
+            std::fill_n(page.get(), 256, INT32_MIN);
+        }
+        int32_t& a = page[g & 0xFF];
+        if (a == INT32_MIN)
+            a = hb_font_get_glyph_h_advance(ft, g);
+        return a;
+    }
+
+    // The font HarfBuzz shapes with: nominal glyphs and horizontal
+    // advances come from the tables above instead of taking the FreeType
+    // font's lock and asking the face each time; glyph extents, contour
+    // points, variation glyphs and kerning are passed on to the FreeType
+    // font unchanged. A face without kerning gets no kerning function:
+    // FreeType answers 0 for every pair of such a face, so HarfBuzz's
+    // pass over the pairs changes nothing and is skipped. Vertical metrics
+    // are left out: no locale shapes vertically. Null (and the FreeType
+    // font is used) when HarfBuzz cannot make it.
+    hb_font_t* shapingFont(FT_Face face)
+    {
+        if (proxyTried)
+            return proxy ? proxy : ft;
+        proxyTried = true;
+        simpleFont = !FT_IS_SFNT(face) && !FT_HAS_KERNING(face);
+        hb_font_funcs_t* f = hb_font_funcs_create();
+        hb_font_funcs_set_nominal_glyph_func(f, nominalFunc, nullptr, nullptr);
+        hb_font_funcs_set_nominal_glyphs_func(f, nominalsFunc, nullptr, nullptr);
+        hb_font_funcs_set_glyph_h_advances_func(f, advancesFunc, nullptr, nullptr);
+        hb_font_funcs_set_variation_glyph_func(f, variationFunc, nullptr, nullptr);
+        hb_font_funcs_set_glyph_extents_func(f, extentsFunc, nullptr, nullptr);
+        hb_font_funcs_set_glyph_contour_point_func(f, contourFunc, nullptr, nullptr);
+        hb_font_funcs_set_font_h_extents_func(f, fontExtentsFunc, nullptr, nullptr);
+        if (FT_HAS_KERNING(face))
+            hb_font_funcs_set_glyph_h_kerning_func(f, kerningFunc, nullptr, nullptr);
+        hb_font_funcs_make_immutable(f);
+        // A sub-font takes the FreeType font's face, scale, ppem and
+        // variation coordinates; cut loose from its parent, it answers
+        // only through the functions above.
+        hb_font_t* p = hb_font_create_sub_font(ft);
+        hb_font_set_parent(p, nullptr);
+        hb_font_set_funcs(p, f, this, nullptr);
+        hb_font_funcs_destroy(f);
+        if (p == hb_font_get_empty())
+            return ft;
+        proxy = p;
+        return proxy;
+    }
+
+    static FontData* self(void* d) { return static_cast<FontData*>(d); }
+    static hb_bool_t nominalFunc(hb_font_t*, void* d, hb_codepoint_t u, hb_codepoint_t* g, void*)
+    {
+        return nominalsFunc(nullptr, d, 1, &u, 0, g, 0, nullptr) == 1;
+    }
+    static unsigned int nominalsFunc(hb_font_t*, void* d, unsigned int count,
+                                     const hb_codepoint_t* u, unsigned int ustride,
+                                     hb_codepoint_t* g, unsigned int gstride, void*)
+    {
+        unsigned int i = 0;
+        for (; i < count && self(d)->nominal(*u, g); ++i) {
+            u = reinterpret_cast<const hb_codepoint_t*>(reinterpret_cast<const char*>(u) + ustride);
+            g = reinterpret_cast<hb_codepoint_t*>(reinterpret_cast<char*>(g) + gstride);
+        }
+        return i;
+    }
+    static void advancesFunc(hb_font_t*, void* d, unsigned int count, const hb_codepoint_t* g,
+                             unsigned int gstride, hb_position_t* a, unsigned int astride, void*)
+    {
+        for (unsigned int i = 0; i < count; ++i) {
+            *a = self(d)->advance(*g);
+            g = reinterpret_cast<const hb_codepoint_t*>(reinterpret_cast<const char*>(g) + gstride);
+            a = reinterpret_cast<hb_position_t*>(reinterpret_cast<char*>(a) + astride);
+        }
+    }
+    static hb_bool_t variationFunc(hb_font_t*, void* d, hb_codepoint_t u, hb_codepoint_t vs,
+                                   hb_codepoint_t* g, void*)
+    {
+        return hb_font_get_variation_glyph(self(d)->ft, u, vs, g);
+    }
+    static hb_bool_t extentsFunc(hb_font_t*, void* d, hb_codepoint_t g, hb_glyph_extents_t* e, void*)
+    {
+        return hb_font_get_glyph_extents(self(d)->ft, g, e);
+    }
+    static hb_bool_t contourFunc(hb_font_t*, void* d, hb_codepoint_t g, unsigned int point,
+                                 hb_position_t* x, hb_position_t* y, void*)
+    {
+        return hb_font_get_glyph_contour_point(self(d)->ft, g, point, x, y);
+    }
+    static hb_bool_t fontExtentsFunc(hb_font_t*, void* d, hb_font_extents_t* e, void*)
+    {
+        return hb_font_get_h_extents(self(d)->ft, e);
+    }
+    static hb_position_t kerningFunc(hb_font_t*, void* d, hb_codepoint_t a, hb_codepoint_t b, void*)
+    {
+        return hb_font_get_glyph_h_kerning(self(d)->ft, a, b);
+    }
+
+    // Finds out whether the Latin locale's shaping maps unit u one to one onto its
+    // nominal glyph with the glyph's own advance, whatever stands around
+    // it. In a face that is no sfnt (BDF, PCF) and has no kerning,
+    // HarfBuzz has no layout tables and no kerning to apply: it maps
+    // every character that is not a mark to its nominal glyph (marks
+    // compose with what precedes them, lose their advance and move about)
+    // and touches only default-ignorable characters afterwards (hidden,
+    // no advance) and characters the font lacks (decomposed, or drawn as
+    // a space or hyphen). So a character that is no mark, that the font
+    // has, and that HarfBuzz shapes alone into its nominal glyph with
+    // the glyph's advance is shaped that way in any text of such
+    // characters. NUL (which ends the text HarfBuzz is given) and
+    // surrogates are never simple.
+    bool classify(hb_font_t* font, hb_buffer_t* b, unsigned short u, Char& c)
+    {
+        c.simple = NO;
+        hb_codepoint_t g = 0;
+        const hb_unicode_general_category_t cat =
+            hb_unicode_general_category(hb_unicode_funcs_get_default(), u);
+        const hb_codepoint_t cp = u;
+        if (u == 0 || (u >= 0xD800 && u <= 0xDFFF) || !nominalFunc(nullptr, this, cp, &g, nullptr) ||
+            cat == HB_UNICODE_GENERAL_CATEGORY_NON_SPACING_MARK ||
+            cat == HB_UNICODE_GENERAL_CATEGORY_SPACING_MARK ||
+            cat == HB_UNICODE_GENERAL_CATEGORY_ENCLOSING_MARK)
+            return false;
+        hb_buffer_clear_contents(b);
+        adjustBufferForLocale(b);
+        hb_buffer_guess_segment_properties(b);
+        const uint16_t one = u;
+        hb_buffer_add_utf16(b, &one, 1, 0, 1);
+        hb_shape(font, b, nullptr, 0);
+        unsigned int n = 0;
+        const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
+        const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
+        hb_position_t a = 0;
+        advancesFunc(nullptr, this, 1, &g, 0, &a, 0, nullptr);
+        if (n == 1 && info[0].codepoint == g && c.glyph == g && pos[0].x_advance == a &&
+            a / 64 >= INT16_MIN &&
+            a / 64 <= INT16_MAX) {
+            c.simple = YES;
+            c.advance = static_cast<int16_t>(a / 64);
+        }
+        hb_buffer_clear_contents(b);
+        return c.simple == YES;
+    }
+
+    // The text answered from the per-character table, when every unit of
+    // it is simple in a simple font; false leaves it to HarfBuzz.
+    bool fromTable(hb_font_t* font, hb_buffer_t* b, const std::vector<unsigned short>& units,
+                   Shaped& out)
+    {
+        if (!simpleFont)
+            return false;
         out.indices.resize(units.size());
         out.advances.resize(units.size());
         for (size_t i = 0; i < units.size(); ++i) {
-            out.indices[i] = asciiGlyph[units[i] - ASCII_FIRST];
-            out.advances[i] = asciiAdvance[units[i] - ASCII_FIRST];
+            Char& c = charAt(units[i]);
+            if (c.simple != YES && (c.simple == NO || !classify(font, b, units[i], c)))
+                return false;
+            out.indices[i] = c.glyph;
+            out.advances[i] = c.advance;
         }
         out.glyphs.clear();
         out.generation = 0;
@@ -143,9 +326,15 @@ public:
 
     const Glyph* glyph(FT_Face face, uint32_t index)
     {
-        auto it = glyphIndex.find(index);
-        if (it != glyphIndex.end())
-            return it->second;
+        const Glyph** known = nullptr;
+        if (index <= 0xFFFF) {
+            std::unique_ptr<const Glyph*[]>& page = glyphPages[index >> 8];
+            if (!page)
+                page.reset(new const Glyph*[256]());
+            known = &page[index & 0xFF];
+            if (*known)
+                return *known;
+        }
         glyphs.emplace_back();
         Glyph& g = glyphs.back();
         if (FT_Load_Glyph(face, index, FT_LOAD_DEFAULT) == 0 &&
@@ -179,7 +368,8 @@ public:
                 }
             }
         }
-        glyphIndex.emplace(index, &g);
+        if (known)
+            *known = &g;
         return &g;
     }
 
@@ -191,7 +381,8 @@ public:
         if (glyphs.size() + n <= MAX_GLYPHS || glyphs.empty())
             return;
         glyphs.clear();
-        glyphIndex.clear();
+        for (auto& page : glyphPages)
+            page.reset();
         ++generation; // every Shaped's glyph pointers are stale now
     }
 
@@ -216,6 +407,8 @@ bool UFontManager::UnitOrder::operator()(const UString& a, const UString& b) con
 
 void UFontManager::release(Entry& e)
 {
+    if (e.data)
+        e.data->dropProxy(); // it shares the face
     if (e.font.m_face)
         FT_Done_Face(e.font.m_face);
     if (e.font.m_font)
@@ -283,6 +476,7 @@ void UFontManager::loadFont(const UString& path, const UString& name)
         return;
     }
 
+    data->ft = font;
     Entry& entry = m_fonts[name];
     release(entry);
     entry.font = UFTHBFont(face, font);
@@ -312,10 +506,13 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
     Shaped* shaped = &data.scratch;
     FontData::Slot* slot = nullptr;
     if (units.size() <= MAX_CACHED_UNITS) {
-        uint32_t h = 2166136261u ^ static_cast<uint32_t>(locale);
+        // Rotate and mix in each unit (two cycles a unit, where a multiply
+        // per unit costs four), then spread the bits once.
+        uint32_t h = static_cast<uint32_t>(locale);
         for (unsigned short u : units)
-            h = (h ^ u) * 16777619u;
-        slot = &data.slots[(h ^ (h >> 15)) & (SHAPE_SLOTS - 1)];
+            h = ((h << 5) | (h >> 27)) ^ u;
+        h *= 0x9E3779B1u;
+        slot = &data.slots[(h >> 16) & (SHAPE_SLOTS - 1)];
         if (slot->used && slot->locale == locale && slot->units == units) {
             if (glyphs)
                 data.resolve(entry.font.m_face, slot->shaped);
@@ -323,17 +520,6 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
         }
         shaped = &slot->shaped;
         slot->used = false;
-    }
-
-    if (locale == 0 && data.simpleAscii(entry.font, units, *shaped)) {
-        if (slot) {
-            slot->used = true;
-            slot->locale = locale;
-            slot->units = units;
-        }
-        if (glyphs)
-            data.resolve(entry.font.m_face, *shaped);
-        return shaped;
     }
 
     // One buffer serves every shaping, emptied before each.
@@ -347,12 +533,35 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
         m_buffer = created;
     }
     hb_buffer_t* b = m_buffer;
+    hb_font_t* font = data.shapingFont(entry.font.m_face);
+    if (locale == 0 && data.fromTable(font, b, units, *shaped)) {
+        if (slot) {
+            slot->used = true;
+            slot->locale = locale;
+            slot->units = units;
+        }
+        if (glyphs)
+            data.resolve(entry.font.m_face, *shaped);
+        return shaped;
+    }
+
     hb_buffer_clear_contents(b);
     adjustBufferForLocale(b);
     hb_buffer_guess_segment_properties(b);
-    const std::string utf8 = text.toUTF8();
-    hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
-    hb_shape(entry.font.m_font, b, nullptr, 0);
+    // HarfBuzz reads the text as the UTF-8 that UString makes of it, up to
+    // its first NUL. Without surrogates (which that UTF-8 spells unit by
+    // unit, and HarfBuzz then replaces byte by byte) the units themselves
+    // read the same and save the conversion.
+    const size_t end = std::find(units.begin(), units.end(), 0) - units.begin();
+    if (std::none_of(units.begin(), units.begin() + end,
+                     [](unsigned short u) { return u >= 0xD800 && u <= 0xDFFF; })) {
+        hb_buffer_add_utf16(b, reinterpret_cast<const uint16_t*>(units.data()),
+                            static_cast<int>(end), 0, -1);
+    } else {
+        const std::string utf8 = text.toUTF8();
+        hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
+    }
+    hb_shape(font, b, nullptr, 0);
     unsigned int n = 0;
     const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
     const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);

@@ -261,42 +261,69 @@ TEST_F(GraphicsTest, FontFilesChangedOnDiskAfterLoadingDrawAsBefore)
     std::remove(path.c_str());
 }
 
-// Shaping answers come from a cache, and plain ASCII in a bitmap font from
-// a per-character table: both must match what HarfBuzz answers afresh, for
-// every pair of printable characters, in both toolkit fonts and a font
-// with kerning-free sfnt strikes, in the Latin and the Arabic locale.
+// Shaping answers come from a cache, text in a bitmap font from a
+// per-character table, and HarfBuzz shapes with font functions of the
+// manager's own: all must match what HarfBuzz answers afresh on the font
+// it was given. For every pair of printable ASCII characters in both
+// toolkit fonts and a font with kerning-free sfnt strikes, in the Latin and
+// the Arabic locale; and where the table serves (the text font, Latin) for
+// every pair of Latin-1 units and of some beyond (marks, default-ignorable,
+// spacing and private-use characters, surrogates, NUL) and for every
+// character the font has between two letters.
 TEST_F(TextTest, ShapingMatchesHarfBuzzAfresh)
 {
     fonts()->loadFont(sourcePath("tests/fonts/strikes.otb"), "strikes");
+    auto check = [&](const char* name, const std::vector<UString>& texts, int passes) {
+        hb_font_t* font = fonts()->getFont(name).m_font;
+        for (int pass = 0; pass < passes; ++pass) // the second pass is served by the cache
+            for (const UString& t : texts) {
+                hb_buffer_t* b = hb_buffer_create();
+                adjustBufferForLocale(b);
+                hb_buffer_guess_segment_properties(b);
+                hb_buffer_add_utf8(b, t.toUTF8().c_str(), -1, 0, -1);
+                hb_shape(font, b, nullptr, 0);
+                unsigned int n = 0;
+                const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
+                const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
+                const UFontManager::Shaped* s = fonts()->shape(name, t, pass == 1);
+                ASSERT_NE(s, nullptr);
+                ASSERT_EQ(s->indices.size(), n) << name << " " << t.toUTF8();
+                for (unsigned int i = 0; i < n; ++i) {
+                    ASSERT_EQ(s->indices[i], info[i].codepoint) << name << " " << t.toUTF8();
+                    ASSERT_EQ(s->advances[i], pos[i].x_advance / 64) << name << " " << t.toUTF8();
+                }
+                hb_buffer_destroy(b);
+            }
+    };
     std::vector<UString> texts;
     for (unsigned short a = 0x1F; a <= 0x7F; ++a)
         for (unsigned short b = 0x1F; b <= 0x7F; ++b)
             texts.push_back(units({a, b}));
     texts.push_back("Missed call: 0123456789 {[(<>)]} ~ The quick brown fox");
-    texts.push_back(units({'A', 0x301, 'e', 0x20AC, 0xE000}));
+    texts.push_back(units({'A', 0x301, 'e', 0x20AC, 0xE000, 0xD83D, 0xDE00, 0xDC00, 0, 'x'}));
     for (int locale : {UGlobal::Latin, UGlobal::Arabic}) {
         app->setLocale(static_cast<UGlobal::ULocale>(locale));
-        for (const char* name : {"text", "icons", "strikes"}) {
-            hb_font_t* font = fonts()->getFont(name).m_font;
-            for (int pass = 0; pass < 2; ++pass) // the second pass is served by the cache
-                for (const UString& t : texts) {
-                    hb_buffer_t* b = hb_buffer_create();
-                    adjustBufferForLocale(b);
-                    hb_buffer_guess_segment_properties(b);
-                    hb_buffer_add_utf8(b, t.toUTF8().c_str(), -1, 0, -1);
-                    hb_shape(font, b, nullptr, 0);
-                    unsigned int n = 0;
-                    const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
-                    const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
-                    const UFontManager::Shaped* s = fonts()->shape(name, t, pass == 1);
-                    ASSERT_NE(s, nullptr);
-                    ASSERT_EQ(s->indices.size(), n) << name << " " << t.toUTF8();
-                    for (unsigned int i = 0; i < n; ++i) {
-                        ASSERT_EQ(s->indices[i], info[i].codepoint) << name << " " << t.toUTF8();
-                        ASSERT_EQ(s->advances[i], pos[i].x_advance / 64) << name << " " << t.toUTF8();
-                    }
-                    hb_buffer_destroy(b);
-                }
-        }
+        for (const char* name : {"text", "icons", "strikes"})
+            check(name, texts, 2);
     }
+
+    // What the per-character table may cover, in the font and locale it
+    // serves.
+    app->setLocale(UGlobal::Latin);
+    std::vector<unsigned short> set;
+    for (unsigned short u = 0; u <= 0xFF; ++u)
+        set.push_back(u);
+    for (unsigned short u : {0x131, 0x301, 0x34F, 0x1100, 0x1161, 0x2002, 0x2007, 0x200B, 0x200D,
+                             0x2011, 0x2044, 0x20AC, 0x3164, 0xD800, 0xDC00, 0xE000, 0xE002,
+                             0xFE0F, 0xFEFF, 0xFFFD})
+        set.push_back(u);
+    texts.clear();
+    for (unsigned short a : set)
+        for (unsigned short b : set)
+            texts.push_back(units({a, b}));
+    hb_codepoint_t glyph = 0;
+    for (unsigned int u = 1; u <= 0xFFFF; ++u) // only characters the font has can be in the table
+        if (hb_font_get_nominal_glyph(fonts()->getFont("text").m_font, u, &glyph))
+            texts.push_back(units({'a', static_cast<unsigned short>(u), 'b'}));
+    check("text", texts, 1);
 }
