@@ -57,8 +57,7 @@ inline bool waitFor(const std::function<bool()>& done, int ms = 5000)
     return true;
 }
 
-// A UDP endpoint on 127.0.0.1 that sends datagrams and receives them with
-// a time limit.
+// A UDP endpoint on 127.0.0.1 that sends datagrams and collects them.
 class UdpEndpoint {
 public:
     UdpEndpoint() { m_socket.open(0, SysAddressFamilyIPv4, "TestPeer", "127.0.0.1"); }
@@ -66,19 +65,19 @@ public:
     {
         m_socket.write(bytes.data(), static_cast<int>(bytes.size()), 0x7F000001u, port);
     }
-    // One datagram as "aa bb cc", or "" after `ms` milliseconds of silence.
-    std::string receive(int ms = 5000)
+    // Every datagram until `ms` milliseconds of silence, "aa bb cc" a line.
+    std::string receiveAll(int ms = 200)
     {
-        pollfd p = {m_socket.socketHandle(), POLLIN, 0};
-        if (::poll(&p, 1, ms) <= 0)
-            return "";
-        unsigned char buf[16];
-        int n = m_socket.read(buf, sizeof buf, nullptr, nullptr);
         std::string out;
-        for (int i = 0; i < n; ++i) {
-            char h[4];
-            std::snprintf(h, sizeof h, i ? " %02x" : "%02x", buf[i]);
-            out += h;
+        for (pollfd p = {m_socket.socketHandle(), POLLIN, 0}; ::poll(&p, 1, ms) > 0;) {
+            unsigned char buf[16];
+            const int n = m_socket.read(buf, sizeof buf, nullptr, nullptr);
+            for (int i = 0; i < n; ++i) {
+                char h[4];
+                std::snprintf(h, sizeof h, i ? " %02x" : "%02x", buf[i]);
+                out += h;
+            }
+            out += "\n";
         }
         return out;
     }
@@ -114,7 +113,7 @@ struct KeyFifo {
 };
 
 // An application that records every key, show and hide event posted to it
-// (from the client thread) as "k<code>/<state>", "show" or "hide", and
+// (from the client thread) as "k<code>/<state> ", "show " or "hide ", and
 // passes every other event on to the event loop.
 class RecordingApp : public UApplication {
 public:
@@ -136,30 +135,26 @@ public:
         if (e->getTarget() != this ||
             (type != UEvent::Key && type != UEvent::AppShow && type != UEvent::AppHide))
             return UApplication::postEvent(e);
-        std::string what = type == UEvent::AppShow ? "show" : "hide";
+        std::string what = type == UEvent::AppShow ? "show " : "hide ";
         if (type == UEvent::Key) {
             UKeyEvent* key = static_cast<UKeyEvent*>(e);
-            what = "k" + std::to_string(key->m_key) + "/" + std::to_string(key->m_state);
+            what = "k" + std::to_string(key->m_key) + "/" + std::to_string(key->m_state) + " ";
         }
         delete e;
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_events += what + " ";
+        m_events += what;
     }
-    // The events so far, each followed by a space.
     std::string events()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_events;
     }
-    size_t eventCount()
+    // The events read `want` within 5 s, and still after 100 ms more.
+    bool sees(const std::string& want)
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return harness::split(m_events, ' ').size();
-    }
-    void clearEvents()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.clear();
+        const bool seen = waitFor([&] { return events() == want; });
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        return seen && events() == want;
     }
 
 private:
