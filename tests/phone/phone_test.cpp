@@ -3,12 +3,9 @@
 // golden pictures, with a phonelet killed on the way, in a terminal under
 // tmux and in an SDL window under Xvfb. Each run must leave no process,
 // pipe, segment or LCD file behind.
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <png.h>
 #include <signal.h>
 #include <sys/shm.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -24,6 +21,7 @@
 #include <gtest/gtest.h>
 
 #include "lcdart.h"
+#include "sysudpsocket.h"
 #include "textart.h"
 
 namespace {
@@ -47,20 +45,8 @@ int shell(const std::string& command)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-bool portFree()
-{
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a = sockaddr_in();
-    a.sin_family = AF_INET;
-    a.sin_port = htons(65529);
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool free = bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0;
-    close(fd);
-    return free;
-}
-
 // No phonelet of the log's "started ... (pid N)" lines runs, and the pipe,
-// the segment and the LCD file are gone.
+// the segment, the LCD file and the server's port are gone.
 void expectNothingLeft(const std::string& log)
 {
     std::istringstream in(log);
@@ -78,7 +64,8 @@ void expectNothingLeft(const std::string& log)
     EXPECT_NE(lstat("/tmp/kiv_keyboard", &st), 0) << "the key pipe is left";
     EXPECT_LT(shmget(200555, 0, 0), 0) << "segment 200555 is left";
     EXPECT_NE(stat("/dev/shm/utk-phone", &st), 0) << "the LCD file is left";
-    EXPECT_TRUE(portFree()) << "port 65529 is still bound";
+    SysUdpSocket probe;
+    EXPECT_EQ(probe.open(65529, SysAddressFamilyIPv4, "probe", "127.0.0.1"), 0) << "port 65529 is still bound";
 }
 
 // The picture of a golden text-art file.

@@ -4,10 +4,7 @@
 #ifndef UTK_TESTS_SHARING_SUPPORT_H
 #define UTK_TESTS_SHARING_SUPPORT_H
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -162,17 +159,12 @@ private:
     std::string m_events;
 };
 
-// True while some socket holds 127.0.0.1:port.
+// True while some socket holds 127.0.0.1:port (the probe then says so on
+// standard error).
 inline bool portTaken(unsigned short port)
 {
-    const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in at = sockaddr_in();
-    at.sin_family = AF_INET;
-    at.sin_port = htons(port);
-    at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool taken = ::bind(fd, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0;
-    ::close(fd);
-    return taken;
+    SysUdpSocket probe;
+    return probe.open(port, SysAddressFamilyIPv4, "probe", "127.0.0.1") != 0;
 }
 
 #endif
