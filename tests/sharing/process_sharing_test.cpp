@@ -149,8 +149,7 @@ TEST_F(ProcessSharing, KeysFollowTheScreenAcrossProcesses)
     // the keys before it were handled: none was delivered.
     messages.send("port");
     ASSERT_GE(messages.waitLine("port ", 20, 0, true), 0);
-    UdpEndpoint().send({0x01, 0x00, 0x00},
-                       static_cast<unsigned short>(std::stoi(messages.lines("port ")[0].substr(5))));
+    Peer::run("open Q\nsend Q 01 00 00 @" + messages.lines("port ")[0].substr(5) + "\n");
     ASSERT_GE(messages.waitLine("UAppClient MessagesPhonelet: unrecognized message: 0x100"), 0);
     EXPECT_EQ(messages.lines("key "), std::vector<std::string>{});
     EXPECT_EQ(messages.lines("show"), std::vector<std::string>{});

@@ -1,10 +1,9 @@
 // Helpers of the screen-sharing and key-input tests: the independent wire
-// peer (peer.py), a plain UDP endpoint, the key pipe, an application that
+// peer (peer.py), the key pipe, an application that
 // records what its screen client posts, and polling with a deadline.
 #ifndef UTK_TESTS_SHARING_SUPPORT_H
 #define UTK_TESTS_SHARING_SUPPORT_H
 
-#include <poll.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -53,35 +52,6 @@ inline bool waitFor(const std::function<bool()>& done, int ms = 5000)
     }
     return true;
 }
-
-// A UDP endpoint on 127.0.0.1 that sends datagrams and collects them.
-class UdpEndpoint {
-public:
-    UdpEndpoint() { m_socket.open(0, SysAddressFamilyIPv4, "TestPeer", "127.0.0.1"); }
-    void send(std::vector<unsigned char> bytes, unsigned short port = 65529)
-    {
-        m_socket.write(bytes.data(), static_cast<int>(bytes.size()), 0x7F000001u, port);
-    }
-    // Every datagram until `ms` milliseconds of silence, "aa bb cc" a line.
-    std::string receiveAll(int ms = 200)
-    {
-        std::string out;
-        for (pollfd p = {m_socket.socketHandle(), POLLIN, 0}; ::poll(&p, 1, ms) > 0;) {
-            unsigned char buf[16];
-            const int n = m_socket.read(buf, sizeof buf, nullptr, nullptr);
-            for (int i = 0; i < n; ++i) {
-                char h[4];
-                std::snprintf(h, sizeof h, i ? " %02x" : "%02x", buf[i]);
-                out += h;
-            }
-            out += "\n";
-        }
-        return out;
-    }
-
-private:
-    SysUdpSocket m_socket;
-};
 
 // The key pipe, made and removed by the tests (the toolkit never makes it)
 // and written one record at a time as the keypad driver would.
