@@ -202,19 +202,16 @@ TEST(ServerScreen, FirstDesktopRegistrationClearsItsArea)
         for (unsigned short y = 0; y < 48; ++y)
             for (unsigned short x = 0; x < 199; ++x)
                 screen->setPixel(x, y, 0);
-        std::string out;
         testing::internal::CaptureStdout();
-        {
-            UAppServer server;
-            server.start();
-            server.waitForStart();
-            out = Peer::run(std::string("open A\nsend A 01 ") + first +
-                            " 00\nexpect 1\nopen B\nsend B 01 01 00\nexpect 0\n");
-        }
+        UAppServer* server = new UAppServer;
+        server->start();
+        server->waitForStart();
+        EXPECT_EQ("A <- 02 00 00\n", Peer::run(std::string("open A\nsend A 01 ") + first +
+                                                " 00\nexpect 1\nopen B\nsend B 01 01 00\nexpect 0\n"));
+        delete server;
         // The clear reaches the window manager through the event loop.
         app.eventLoop()->processPendingEvents();
         testing::internal::GetCapturedStdout();
-        EXPECT_EQ("A <- 02 00 00\n", out);
         const bool desktop = std::string(first) == "01";
         int wrong = 0;
         for (unsigned short y = 0; y < 48; ++y)
@@ -223,7 +220,6 @@ TEST(ServerScreen, FirstDesktopRegistrationClearsItsArea)
         EXPECT_EQ(0, wrong) << "first registrant " << first;
     }
 }
-
 
 // Another process holds the port: one clear line, the start is still
 // signalled, the thread ends instead of spinning on failed reads, and a
@@ -249,11 +245,6 @@ TEST(ServerPortTaken, OneLineNoSpinAndTheApplicationRuns)
     const std::string line =
         "UAppServer: cannot listen on 127.0.0.1:65529, screen sharing is off in this process\n";
     EXPECT_EQ(line + line, out);
-    // The application's own client registered with whoever holds the port.
-    unsigned char buf[4] = {0, 0, 0, 0};
-    EXPECT_EQ(3, squatter.read(buf, 3, nullptr, nullptr));
-    EXPECT_EQ(0x01, buf[0]);
-    EXPECT_EQ(0x05, buf[1]);
 }
 
 } // namespace
