@@ -9,50 +9,43 @@
 
 #include <gtest/gtest.h>
 
-TEST(SysSemaphore, TimeoutsAndCountLimits)
+// Time limits, the count's bounds, and across threads every give taken
+// exactly once by waiters with and without a time limit.
+TEST(SysSemaphore, TimeoutsCountLimitsAndEveryGiveTakenOnce)
 {
     SysSemaphore sem(SysSemaphore::NOT_AVAILABLE, 3, true);
     EXPECT_EQ(sem.take(0), SysSemaphore::TIMED_OUT);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(sem.take(20), SysSemaphore::TIMED_OUT);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
-
     for (int i = 0; i < 5; ++i)
         sem.give(); // two beyond the limit are dropped
-    EXPECT_EQ(sem.count(), 3);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(sem.take(0), SysSemaphore::OK) << i;
     EXPECT_EQ(sem.take(0), SysSemaphore::TIMED_OUT);
-
     EXPECT_EQ(SysSemaphore(10, 2, false).count(), 2);
     EXPECT_EQ(SysSemaphore(-4, 2, false).count(), 0);
-}
 
-// Waiters with and without a time limit; every give is taken exactly once.
-TEST(SysSemaphore, EveryGiveWakesOneTakerAcrossThreads)
-{
     const int perThread = 2000;
-    SysSemaphore sem(SysSemaphore::NOT_AVAILABLE, 1000000, true);
+    SysSemaphore many(SysSemaphore::NOT_AVAILABLE, 1000000, true);
     std::atomic<int> taken{0};
     std::vector<std::thread> threads;
     for (int timeout : {-1, 60000})
         threads.emplace_back([&, timeout] {
             for (int i = 0; i < perThread; ++i)
-                taken += sem.take(timeout) == SysSemaphore::OK;
+                taken += many.take(timeout) == SysSemaphore::OK;
         });
     for (int p = 0; p < 2; ++p)
         threads.emplace_back([&] {
             for (int i = 0; i < perThread; ++i)
-                sem.give();
+                many.give();
         });
     for (std::thread& t : threads)
         t.join();
     EXPECT_EQ(taken.load(), 2 * perThread);
-    EXPECT_EQ(sem.take(0), SysSemaphore::TIMED_OUT);
-}
+    EXPECT_EQ(many.take(0), SysSemaphore::TIMED_OUT);
 
-TEST(SysMutex, CreatedLockedLetsOthersInOnlyAfterTheGive)
-{
+    // A mutex created locked lets another thread in only after the give.
     SysMutex held(SysMutexLocked);
     std::atomic<bool> given{false};
     bool sawGiven = false;
@@ -79,28 +72,19 @@ public:
         sawRunning = isThreadRunning();
         started.give();
         gate.take(-1);
-        runThread = std::this_thread::get_id();
         ++runs;
+        if (selfDone) {
+            SysSemaphore* done = selfDone;
+            delete this;
+            done->give();
+        }
     }
 
     SysSemaphore gate{SysSemaphore::NOT_AVAILABLE, 1, true};
     SysSemaphore started{SysSemaphore::NOT_AVAILABLE, 1, true};
-    std::thread::id runThread;
     std::atomic<int> runs{0};
     std::atomic<bool> sawRunning{false};
-};
-
-// Deletes its own object from its own thread.
-class SelfDeleting : public SysThreadable {
-public:
-    explicit SelfDeleting(SysSemaphore* done) : m_done(done) {}
-    void run() override
-    {
-        SysSemaphore* done = m_done;
-        delete this;
-        done->give();
-    }
-    SysSemaphore* m_done;
+    SysSemaphore* selfDone = nullptr; // set: run() deletes its own object
 };
 
 } // namespace
@@ -122,15 +106,15 @@ TEST(SysThreader, SpawnRunsBodyOnceAtATimeAndSelfDeletionIsAllowed)
     body.gate.give();
     body.waitForThreadCompletion();
     EXPECT_EQ(body.runs.load(), 1);
-    EXPECT_NE(body.runThread, std::this_thread::get_id());
     EXPECT_FALSE(body.isThreadRunning());
     body.waitForThreadCompletion(); // again, and on a body that never ran
-    GatedBody idle;
-    idle.waitForThreadCompletion();
+    GatedBody().waitForThreadCompletion();
 
     // A body deleting itself on its own thread does not stop the process.
     SysSemaphore done(SysSemaphore::NOT_AVAILABLE, 1, true);
-    SysThreader threader;
-    ASSERT_EQ(threader.spawn(nullptr, new SelfDeleting(&done), "self", SysThreadPriorityNormal, 0), 0);
+    GatedBody* self = new GatedBody;
+    self->selfDone = &done;
+    self->gate.give();
+    ASSERT_EQ(SysThreader().spawn(nullptr, self, "self", SysThreadPriorityNormal, 0), 0);
     EXPECT_EQ(done.take(-1), SysSemaphore::OK);
 }

@@ -14,7 +14,7 @@
 
 namespace {
 
-TEST(ClientDispatch, EveryFirstByteAndTheKeyFilters)
+TEST(ClientDispatch, EveryFirstByteSignedKeyBytesAndShortReads)
 {
     RecordingApp app("CallLogPhonelet", new MemoryScreen, UApplication::UIMode(0));
     UAppClient client; // not started: its dispatch is driven directly
@@ -43,24 +43,10 @@ TEST(ClientDispatch, EveryFirstByteAndTheKeyFilters)
     expectedLog += "UAppClient CallLogPhonelet: malformed message of 2 bytes: 0x4050\n"
                    "UAppClient CallLogPhonelet: malformed message of -1 bytes: 0x000\n";
 
-    // A disabled application and the desktop get no keys, but still SHOW
-    // and HIDE, one event per datagram.
-    unsigned char key[4] = {0x40, 0x0d, 0x01, 0};
-    unsigned char show[4] = {0x02, 0, 0, 0};
-    unsigned char hide[4] = {0x04, 0, 0, 0};
-    app.setEnabled(false);
-    client.handleMessage(key, 3);
-    client.handleMessage(show, 3);
-    client.handleMessage(show, 3);
-    app.setEnabled(true);
-    app.setAppName(UApplication::DESKTOPPHONELET);
-    client.handleMessage(key, 3);
-    client.handleMessage(hide, 3);
-    app.setAppName("CallLogPhonelet");
-    client.handleMessage(key, 3);
     std::string log = testing::internal::GetCapturedStdout();
 
-    EXPECT_EQ("show hide k13/0 k65413/-2 show show hide k13/1 ", app.events());
+    // (A disabled application and the desktop get no keys: process_sharing_test.)
+    EXPECT_EQ("show hide k13/0 k65413/-2 ", app.events());
     EXPECT_EQ(expectedLog, log);
 }
 
@@ -74,7 +60,6 @@ expect 1                 # REGISTER 5
 send S 02 00 00 @peer
 send S 04 00 00 @peer
 send S 40 0d 00 @peer
-send S 01 00 00 @peer    # the server's command, not the client's
 send S 40 0d @peer       # short
 open Q                   # some other local process
 send Q 40 32 02 @peer=S
@@ -85,31 +70,26 @@ expect 4                 # the four requests
     testing::internal::CaptureStdout();
     RecordingApp* app = new RecordingApp("CallLogPhonelet", new MemoryScreen, UApplication::ClientMode);
     app->setEnabled(true);
-    bool arrived = waitFor([&] { return app->eventCount() >= 5; });
+    EXPECT_TRUE(app->sees("show hide k13/0 k50/2 show "));
     app->appClient()->releaseScreen();
     app->appClient()->requestScreen();
     app->requestFullScreen();
     app->releaseFullScreen();
     std::string out = peer.finish();
 
-    std::string app_events = app->events();
     auto t0 = std::chrono::steady_clock::now();
     delete app;
     double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
     std::string log = testing::internal::GetCapturedStdout();
     std::printf("ClientMode application destroyed in %.2f ms\n", ms);
 
-    EXPECT_TRUE(arrived);
-    EXPECT_EQ("show hide k13/0 k50/2 show ", app_events);
     EXPECT_EQ("S <- 01 05 00\n"
               "S <- 10 00 00\n"
               "S <- 08 00 00\n"
               "S <- 11 00 00\n"
               "S <- 12 00 00\n",
               out);
-    EXPECT_EQ("UAppClient CallLogPhonelet: unrecognized message: 0x100\n"
-              "UAppClient CallLogPhonelet: malformed message of 2 bytes: 0x40d0\n",
-              log);
+    EXPECT_EQ("UAppClient CallLogPhonelet: malformed message of 2 bytes: 0x40d0\n", log);
     EXPECT_LT(ms, 2000.0); // returns; the figure itself is printed
 }
 

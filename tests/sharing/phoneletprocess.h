@@ -1,9 +1,10 @@
 // A program as a real process (a test phonelet through the cross build's
 // emulator, if any; the Python peer directly): its standard input a pipe
-// for commands, its standard output collected line by line and its
-// standard error as text by two reader threads. Destroyed while it runs,
-// it is killed and reaped; it also dies with its starter
-// (PR_SET_PDEATHSIG). Used by the sharing tests and bench/sharing.cpp.
+// for commands, its standard output and standard error collected together
+// line by line by a reader thread (each line the programs write is one
+// write, so lines never mix). Destroyed while it runs, it is killed and
+// reaped; it also dies with its starter (PR_SET_PDEATHSIG). Used by the
+// sharing tests and bench/sharing.cpp.
 #ifndef UTK_TESTS_PHONELETPROCESS_H
 #define UTK_TESTS_PHONELETPROCESS_H
 
@@ -13,11 +14,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <sstream>
 #include <string>
@@ -54,11 +53,9 @@ public:
         env.insert(env.end(), extraEnv.begin(), extraEnv.end());
         std::vector<char*> cargv = pointers(argv), cenv = pointers(env);
 
-        int in[2], out[2], err[2];
-        if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC) || pipe2(err, O_CLOEXEC)) {
-            m_problem = std::string("pipe: ") + std::strerror(errno);
+        int in[2], out[2];
+        if (pipe2(in, O_CLOEXEC) || pipe2(out, O_CLOEXEC))
             return;
-        }
         const pid_t parent = getpid();
         m_pid = fork();
         if (m_pid == 0) {
@@ -67,18 +64,14 @@ public:
                 _exit(127);
             dup2(in[0], 0);
             dup2(out[1], 1);
-            dup2(err[1], 2);
+            dup2(out[1], 2);
             execvpe(cargv[0], cargv.data(), cenv.data());
             _exit(127);
         }
         close(in[0]);
         close(out[1]);
-        close(err[1]);
         m_stdin = in[1];
-        if (m_pid < 0)
-            m_problem = std::string("fork: ") + std::strerror(errno);
-        m_readers[0] = std::thread([this, fd = out[0]] { readFrom(fd, true); });
-        m_readers[1] = std::thread([this, fd = err[0]] { readFrom(fd, false); });
+        m_reader = std::thread([this, fd = out[0]] { readFrom(fd); });
     }
 
     ~PhoneletProcess()
@@ -86,18 +79,17 @@ public:
         closeInput();
         if (m_pid > 0 && !m_exited && kill(m_pid, SIGKILL) == 0)
             waitpid(m_pid, nullptr, 0);
-        joinReaders();
+        if (m_reader.joinable())
+            m_reader.join();
     }
 
     const std::string& label() const { return m_label; }
-    // What went wrong on the test's side (starting, sending), "" if nothing.
-    const std::string& problem() const { return m_problem; }
 
     void send(const std::string& command)
     {
         const std::string line = command + "\n";
-        if (m_stdin < 0 || write(m_stdin, line.data(), line.size()) != ssize_t(line.size()))
-            m_problem = "cannot send " + command;
+        if (m_stdin >= 0)
+            (void)!write(m_stdin, line.data(), line.size());
     }
     void closeInput()
     {
@@ -106,9 +98,9 @@ public:
         m_stdin = -1;
     }
 
-    // The index of the first standard output line at or after `from` equal
-    // to `line` (with `prefix`, starting with it), once there is one; -1
-    // after `seconds` or when the process has closed its output.
+    // The index of the first output line at or after `from` equal to
+    // `line` (with `prefix`, starting with it), once there is one; -1 after
+    // `seconds` or when the process has closed its output.
     int waitLine(const std::string& line, double seconds = 20, size_t from = 0,
                  bool prefix = false)
     {
@@ -125,7 +117,7 @@ public:
         return found;
     }
 
-    // The standard output lines so far that start with `prefix`.
+    // The output lines so far that start with `prefix`.
     std::vector<std::string> lines(const std::string& prefix = "") const
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -135,18 +127,13 @@ public:
                 r.push_back(l);
         return r;
     }
-    std::string errText() const
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_err;
-    }
     // Everything the process wrote, for failure messages.
     std::string transcript() const
     {
-        std::string t = "---- " + m_label + " stdout:\n";
+        std::string t = "---- " + m_label + ":\n";
         for (const std::string& l : lines())
             t += l + "\n";
-        return t + "---- " + m_label + " stderr:\n" + errText();
+        return t;
     }
 
     // The exit status (as waitpid gives it) once the process has ended and
@@ -162,7 +149,8 @@ public:
             else
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
-        joinReaders();
+        if (m_reader.joinable())
+            m_reader.join();
         return m_exited ? m_status : -1;
     }
 
@@ -175,42 +163,35 @@ private:
         r.push_back(nullptr);
         return r;
     }
-    void readFrom(int fd, bool out)
+    void readFrom(int fd)
     {
         char buf[4096];
         ssize_t n;
+        std::string partial;
         while ((n = read(fd, buf, sizeof buf)) > 0) {
             std::lock_guard<std::mutex> lock(m_mutex);
-            (out ? m_partial : m_err).append(buf, static_cast<size_t>(n));
-            for (size_t nl; out && (nl = m_partial.find('\n')) != std::string::npos;
-                 m_partial.erase(0, nl + 1))
-                m_out.push_back(m_partial.substr(0, nl));
+            partial.append(buf, static_cast<size_t>(n));
+            for (size_t nl; (nl = partial.find('\n')) != std::string::npos; partial.erase(0, nl + 1))
+                m_out.push_back(partial.substr(0, nl));
             m_changed.notify_all();
         }
         close(fd);
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (out && !m_partial.empty())
-            m_out.push_back(m_partial);
-        m_closed = m_closed || out;
+        if (!partial.empty())
+            m_out.push_back(partial);
+        m_closed = true;
         m_changed.notify_all();
     }
-    void joinReaders()
-    {
-        for (std::thread& t : m_readers)
-            if (t.joinable())
-                t.join();
-    }
 
-    std::string m_label, m_problem;
+    std::string m_label;
     pid_t m_pid = -1;
     int m_stdin = -1;
     bool m_exited = false;
     int m_status = 0;
-    std::thread m_readers[2];
+    std::thread m_reader;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::vector<std::string> m_out;
-    std::string m_partial, m_err;
     bool m_closed = false;
 };
 

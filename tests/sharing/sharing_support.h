@@ -1,13 +1,9 @@
 // Helpers of the screen-sharing and key-input tests: the independent wire
-// peer (peer.py), a plain UDP endpoint, the key pipe, an application that
+// peer (peer.py), the key pipe, an application that
 // records what its screen client posts, and polling with a deadline.
 #ifndef UTK_TESTS_SHARING_SUPPORT_H
 #define UTK_TESTS_SHARING_SUPPORT_H
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -57,36 +53,6 @@ inline bool waitFor(const std::function<bool()>& done, int ms = 5000)
     return true;
 }
 
-// A UDP endpoint on 127.0.0.1 that sends datagrams and receives them with
-// a time limit.
-class UdpEndpoint {
-public:
-    UdpEndpoint() { m_socket.open(0, SysAddressFamilyIPv4, "TestPeer", "127.0.0.1"); }
-    void send(std::vector<unsigned char> bytes, unsigned short port = 65529)
-    {
-        m_socket.write(bytes.data(), static_cast<int>(bytes.size()), 0x7F000001u, port);
-    }
-    // One datagram as "aa bb cc", or "" after `ms` milliseconds of silence.
-    std::string receive(int ms = 5000)
-    {
-        pollfd p = {m_socket.socketHandle(), POLLIN, 0};
-        if (::poll(&p, 1, ms) <= 0)
-            return "";
-        unsigned char buf[16];
-        int n = m_socket.read(buf, sizeof buf, nullptr, nullptr);
-        std::string out;
-        for (int i = 0; i < n; ++i) {
-            char h[4];
-            std::snprintf(h, sizeof h, i ? " %02x" : "%02x", buf[i]);
-            out += h;
-        }
-        return out;
-    }
-
-private:
-    SysUdpSocket m_socket;
-};
-
 // The key pipe, made and removed by the tests (the toolkit never makes it)
 // and written one record at a time as the keypad driver would.
 struct KeyFifo {
@@ -114,7 +80,7 @@ struct KeyFifo {
 };
 
 // An application that records every key, show and hide event posted to it
-// (from the client thread) as "k<code>/<state>", "show" or "hide", and
+// (from the client thread) as "k<code>/<state> ", "show " or "hide ", and
 // passes every other event on to the event loop.
 class RecordingApp : public UApplication {
 public:
@@ -136,30 +102,26 @@ public:
         if (e->getTarget() != this ||
             (type != UEvent::Key && type != UEvent::AppShow && type != UEvent::AppHide))
             return UApplication::postEvent(e);
-        std::string what = type == UEvent::AppShow ? "show" : "hide";
+        std::string what = type == UEvent::AppShow ? "show " : "hide ";
         if (type == UEvent::Key) {
             UKeyEvent* key = static_cast<UKeyEvent*>(e);
-            what = "k" + std::to_string(key->m_key) + "/" + std::to_string(key->m_state);
+            what = "k" + std::to_string(key->m_key) + "/" + std::to_string(key->m_state) + " ";
         }
         delete e;
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_events += what + " ";
+        m_events += what;
     }
-    // The events so far, each followed by a space.
     std::string events()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_events;
     }
-    size_t eventCount()
+    // The events read `want` within 5 s, and still after 100 ms more.
+    bool sees(const std::string& want)
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return harness::split(m_events, ' ').size();
-    }
-    void clearEvents()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.clear();
+        const bool seen = waitFor([&] { return events() == want; });
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        return seen && events() == want;
     }
 
 private:
@@ -167,17 +129,12 @@ private:
     std::string m_events;
 };
 
-// True while some socket holds 127.0.0.1:port.
+// True while some socket holds 127.0.0.1:port (the probe then says so on
+// standard error).
 inline bool portTaken(unsigned short port)
 {
-    const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in at = sockaddr_in();
-    at.sin_family = AF_INET;
-    at.sin_port = htons(port);
-    at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool taken = ::bind(fd, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0;
-    ::close(fd);
-    return taken;
+    SysUdpSocket probe;
+    return probe.open(port, SysAddressFamilyIPv4, "probe", "127.0.0.1") != 0;
 }
 
 #endif

@@ -53,28 +53,6 @@ void say(const char* fmt, ...)
     std::fflush(stdout);
 }
 
-struct Options {
-    bool enabled = false, enableOnShow = false, edit = true;
-    const char* counter = nullptr;
-
-    bool parse(int argc, char** argv, int first)
-    {
-        for (int i = first; i < argc; ++i) {
-            if (!std::strcmp(argv[i], "--enabled"))
-                enabled = true;
-            else if (!std::strcmp(argv[i], "--enable-on-show"))
-                enableOnShow = true;
-            else if (!std::strcmp(argv[i], "--no-edit"))
-                edit = false;
-            else if (!std::strcmp(argv[i], "--key-counter") && i + 1 < argc)
-                counter = argv[++i];
-            else
-                return false;
-        }
-        return true;
-    }
-};
-
 // One line of standard input, for the main thread.
 class CommandEvent : public UEvent {
 public:
@@ -84,17 +62,17 @@ public:
 
 class ReportingApp : public UApplication {
 public:
-    ReportingApp(const UString& name, UApplication::UIMode mode, const Options& options)
-        : UApplication(name, new UScreenZQ4(), mode), m_options(options)
+    ReportingApp(const UString& name, UApplication::UIMode mode, bool enabled, bool enableOnShow,
+                 const char* counter)
+        : UApplication(name, new UScreenZQ4(), mode), m_enableOnShow(enableOnShow)
     {
-        const int fd = options.counter ? shm_open(options.counter, O_RDWR, 0) : -1;
+        const int fd = counter ? shm_open(counter, O_RDWR, 0) : -1;
         if (fd >= 0) {
             void* p = mmap(nullptr, sizeof(uint32_t), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
             m_counter = p == MAP_FAILED ? nullptr : static_cast<uint32_t*>(p);
             close(fd);
         }
-        if (options.enabled)
-            setEnabled(true);
+        setEnabled(enabled);
         const std::string dir = std::string(UTK_BINARY_DIR) + "/fonts/";
         fontManager()->loadFont(UString(dir + "utk-text-12.bdf"), UString("text"));
         fontManager()->loadFont(UString(dir + "utk-icons-10.bdf"), UString("icons"));
@@ -117,13 +95,14 @@ public:
         const unsigned short type = e->getType();
         if (type == 200)
             return command(static_cast<CommandEvent*>(e)->command);
-        if (type == UEvent::AppShow && m_options.enableOnShow)
+        const bool show = type == UEvent::AppShow;
+        if (show && m_enableOnShow)
             setEnabled(true);
         UApplication::event(e);
-        if (type == UEvent::AppHide && m_options.enableOnShow)
+        if (type == UEvent::AppHide && m_enableOnShow)
             setEnabled(false);
-        if (type == UEvent::AppShow || type == UEvent::AppHide)
-            say(type == UEvent::AppShow ? "show" : "hide");
+        if (show || type == UEvent::AppHide)
+            say(show ? "show" : "hide");
     }
 
     bool keyEvent(UKeyEvent* e) override
@@ -159,7 +138,7 @@ public:
     ULineEdit* m_edit = nullptr;
 
 private:
-    Options m_options;
+    bool m_enableOnShow;
     uint32_t* m_counter = nullptr;
     UString m_text;
 };
@@ -186,28 +165,43 @@ public:
 
 int main(int argc, char** argv)
 {
-    Options options;
 #ifdef UTK_SHARING_DESKTOP
-    options.enabled = true;
-    const bool usable = options.parse(argc, argv, 1);
+    const int first = 1;
+    bool enabled = true;
     const char* usage = "[OPTIONS]";
     const UString name = UApplication::DESKTOPPHONELET;
     const UApplication::UIMode mode = UApplication::ServerMode;
 #else
     const bool titled = argc > 2 && std::strncmp(argv[2], "--", 2) != 0;
-    const bool usable = argc >= 2 && options.parse(argc, argv, titled ? 3 : 2);
+    const int first = titled ? 3 : 2;
+    bool enabled = false;
     const char* usage = "NAME [TITLE] [OPTIONS]";
     const UString name(argc >= 2 ? argv[1] : "");
     const UApplication::UIMode mode = UApplication::ClientMode;
 #endif
+    bool usable = argc >= first, enableOnShow = false, edit = true;
+    const char* counter = nullptr;
+    for (int i = first; i < argc; ++i) {
+        if (!std::strcmp(argv[i], "--enabled"))
+            enabled = true;
+        else if (!std::strcmp(argv[i], "--enable-on-show"))
+            enableOnShow = true;
+        else if (!std::strcmp(argv[i], "--no-edit"))
+            edit = false;
+        else if (!std::strcmp(argv[i], "--key-counter") && i + 1 < argc)
+            counter = argv[++i];
+        else
+            usable = false;
+    }
     if (!usable) {
         std::fprintf(stderr, "usage: %s %s\n", argv[0], usage);
         return 2;
     }
-    ReportingApp app(name, mode, options);
+    ReportingApp app(name, mode, enabled, enableOnShow, counter);
     std::unique_ptr<Window> window(new Window);
     ULabel* label = new ULabel(window.get(), ULabel::AlignLeft);
 #ifdef UTK_SHARING_DESKTOP
+    (void)edit;
     window->setRect(URect(0, 0, 199, 12));
     window->enableStyleFlag(UWidget::Inverted);
     window->enableStyleFlag(UWidget::Background);
@@ -228,7 +222,7 @@ int main(int argc, char** argv)
         if (list->count() > 1)
             row->setVisible(false); // one row at a time
     }
-    if (options.edit) {
+    if (edit) {
         // The field draws at its parent's origin: a box of its own.
         UWidget* box = new UWidget(window.get());
         box->setRect(URect(0, 36, 199, 12));
