@@ -51,7 +51,7 @@ public:
     void emit(UEvent* event, UAgent* target);
 
 private:
-    static void post(UEvent* event);
+    UTK_LOCAL static void post(UEvent* event);
 
     UAgent* m_listener;
     std::set<UAgent*> m_emitters;

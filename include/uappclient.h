@@ -90,10 +90,10 @@ protected:
     void run() override;
 
 private:
-    void sendCommand(UAppComms::UAppCommand command, char argument);
-    std::string logPrefix() const;
+    UTK_LOCAL void sendCommand(UAppComms::UAppCommand command, char argument);
+    UTK_LOCAL std::string logPrefix() const;
     // Waits for beginDelivery() or halt(); false when halted.
-    bool waitForDelivery();
+    UTK_LOCAL bool waitForDelivery();
 
     SysUdpSocket* m_socket;
     std::mutex m_deliveryMutex;

@@ -131,7 +131,7 @@ public:
     static void removeQueuedEventsFor(UAgent* agent);
 
 private:
-    static std::atomic<UApplication*> appInstance;
+    UTK_LOCAL static std::atomic<UApplication*> appInstance;
 
     UScreenIfc* m_screen;
     UKeyListener* m_keyListener;

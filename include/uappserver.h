@@ -115,7 +115,7 @@ protected:
     void run() override;
 
 private:
-    void removeApp(AppPosition position);
+    UTK_LOCAL void removeApp(AppPosition position);
 
     std::atomic<SysUdpSocket*> m_socket;
     AppList m_apps;

@@ -158,14 +158,15 @@ private:
         unsigned int height = 0;
         unsigned int width = 0; // the screen's width, at most 8 x stride
     };
-    GlyphTarget glyphTarget() const;
+    UTK_LOCAL GlyphTarget glyphTarget() const;
     // Draws rows x pitch bytes of one-bit glyph bits with their top-left at
     // (x, y), set bits in the pen value, exactly as the pixel routine would.
-    void drawGlyphBits(const GlyphTarget& target, const unsigned char* bits, unsigned int rows,
-                       unsigned int pitch, uint16_t x, uint16_t y);
-    bool fillOnScreen(unsigned int left, unsigned int top, unsigned int right, unsigned int bottom);
-    void walkLine(unsigned short x1, unsigned short y1, unsigned short x2, unsigned short y2,
-                  bool dashed);
+    UTK_LOCAL void drawGlyphBits(const GlyphTarget& target, const unsigned char* bits,
+                                 unsigned int rows, unsigned int pitch, uint16_t x, uint16_t y);
+    UTK_LOCAL bool fillOnScreen(unsigned int left, unsigned int top, unsigned int right,
+                                unsigned int bottom);
+    UTK_LOCAL void walkLine(unsigned short x1, unsigned short y1, unsigned short x2,
+                            unsigned short y2, bool dashed);
 
     UScreenIfc* m_screen;
     URect m_clipRect;

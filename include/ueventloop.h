@@ -60,9 +60,9 @@ private:
     // The next event to process: from the batch, refilled from the queue
     // when empty. Null when both are empty; then, with sleepWhenEmpty,
     // m_waiting is set so that the next post gives the semaphore.
-    UEvent* next(bool sleepWhenEmpty);
+    UTK_LOCAL UEvent* next(bool sleepWhenEmpty);
     // Returns what is left of the batch to the front of the queue.
-    void putBack();
+    UTK_LOCAL void putBack();
 
     std::deque<UEvent*> m_queue;
     SysMutex m_mutex;

@@ -129,14 +129,14 @@ public:
     const Shaped* shape(const UString& name, const UString& text, bool glyphs);
 
 private:
-    struct UnitOrder {
+    struct UTK_LOCAL UnitOrder {
         bool operator()(const UString& a, const UString& b) const;
     };
     struct Entry {
         UFTHBFont font;
         std::unique_ptr<FontData> data;
     };
-    static void release(Entry& e);
+    UTK_LOCAL static void release(Entry& e);
 
     std::map<UString, Entry, UnitOrder> m_fonts;
     FT_Library m_library;

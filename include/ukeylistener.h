@@ -73,9 +73,9 @@ protected:
     void run() override;
 
 private:
-    void send(unsigned short key, int state);
+    UTK_LOCAL void send(unsigned short key, int state);
     // Waits up to `ms` milliseconds for a wake-up; true when halt() asked.
-    bool pause(int ms);
+    UTK_LOCAL bool pause(int ms);
 
     UString m_devicePath;
     UTimer m_repeatTimer;

@@ -100,10 +100,10 @@ public:
 private:
     friend class UListItem;
     // Called by ~UListItem: takes `item` out of every live list.
-    static void itemDestroyed(UListItem* item);
+    UTK_LOCAL static void itemDestroyed(UListItem* item);
     // Drops every occurrence of `item`, keeping the current index on the
     // same row (see the header comment).
-    void forgetItem(UListItem* item);
+    UTK_LOCAL void forgetItem(UListItem* item);
 
     bool m_paintArrowState;
     std::list<UListItem*> m_items;

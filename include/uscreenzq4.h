@@ -109,8 +109,8 @@ public:
     static void scan_line_hw(int count, unsigned char* src, unsigned short* dst);
 
 private:
-    size_t bufferSize() const;
-    void attachSegment(size_t size);
+    UTK_LOCAL size_t bufferSize() const;
+    UTK_LOCAL void attachSegment(size_t size);
 
     bool m_enabled;
     fb_fix_screeninfo m_finfo;

@@ -62,12 +62,12 @@ public:
 private:
     friend class UTimerManager;
     // Under the manager's lock (UTimerManager only).
-    void step(unsigned long long ms, std::vector<UEvent*>& out);
-    void credit(unsigned long long ms);
-    void resetElapsed();
-    void storeInterval(unsigned long long ms);
+    UTK_LOCAL void step(unsigned long long ms, std::vector<UEvent*>& out);
+    UTK_LOCAL void credit(unsigned long long ms);
+    UTK_LOCAL void resetElapsed();
+    UTK_LOCAL void storeInterval(unsigned long long ms);
     // The events one firing posts, in posting order.
-    void buildFiring(std::vector<UEvent*>& out);
+    UTK_LOCAL void buildFiring(std::vector<UEvent*>& out);
 
     SysMutex m_mutex;
     unsigned short m_id;

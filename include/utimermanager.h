@@ -98,31 +98,31 @@ private:
     typedef std::chrono::steady_clock Clock;
     static const unsigned long long NONE = ~0ULL;
 
-    UTimerManager();
-    ~UTimerManager() override;
+    UTK_LOCAL UTimerManager();
+    UTK_LOCAL ~UTimerManager() override;
     void run() override;
 
     // The manager when it exists, without creating it.
     static UTimerManager* existing() { return m_uniqueInstance.load(); }
     // For UTimer: restart a running timer's period, change its interval,
     // read its elapsed time, each after crediting skipped ticks.
-    void restartTimer(UTimer* timer);
-    void changeInterval(UTimer* timer, unsigned long long ms);
-    unsigned long long elapsedOf(const UTimer* timer);
+    UTK_LOCAL void restartTimer(UTimer* timer);
+    UTK_LOCAL void changeInterval(UTimer* timer, unsigned long long ms);
+    UTK_LOCAL unsigned long long elapsedOf(const UTimer* timer);
     // Waits until no other thread is posting events built by a tick.
-    void waitForPosting();
+    UTK_LOCAL void waitForPosting();
 
     // All below run under m_mutex.
-    unsigned long long clockTick() const;
-    void creditSkippedTicks();
-    unsigned long long dueTick() const;
-    void runTick(unsigned long long ms, std::vector<UEvent*>& out);
-    void wakeIfDueSooner();
-    void releaseAndPost(std::vector<UEvent*>& events);
+    UTK_LOCAL unsigned long long clockTick() const;
+    UTK_LOCAL void creditSkippedTicks();
+    UTK_LOCAL unsigned long long dueTick() const;
+    UTK_LOCAL void runTick(unsigned long long ms, std::vector<UEvent*>& out);
+    UTK_LOCAL void wakeIfDueSooner();
+    UTK_LOCAL void releaseAndPost(std::vector<UEvent*>& events);
 
-    void wake();
+    UTK_LOCAL void wake();
 
-    static std::atomic<UTimerManager*> m_uniqueInstance;
+    UTK_LOCAL static std::atomic<UTimerManager*> m_uniqueInstance;
     std::list<UTimer*> m_timers;
     SysMutex m_mutex;
     Clock::time_point m_origin;              // deadline of tick 1

@@ -110,9 +110,9 @@ public:
 
 private:
     // The child widgets, in children-list order, as they are now.
-    std::vector<UWidget*> childWidgets() const;
+    UTK_LOCAL std::vector<UWidget*> childWidgets() const;
     // Whether `child` is still in this object's children list.
-    bool hasChild(const UWidget* child) const;
+    UTK_LOCAL bool hasChild(const UWidget* child) const;
 
     bool m_visible;
     URect m_rect;

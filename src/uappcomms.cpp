@@ -1,22 +1,24 @@
 #include "uappcomms.h"
 
+#include <cstdio>
 #include <iostream>
-#include <sstream>
 
+// The diagnostics of the whole library come through here: formatted with
+// snprintf and std::to_string rather than a string stream per line, which
+// keeps the code small (see README, "Footprint and idle cost").
 std::string UAppComms::hexBytes(const unsigned char* buffer)
 {
-    std::ostringstream os;
-    os << std::hex << static_cast<unsigned>(buffer[0]) << static_cast<unsigned>(buffer[1])
-       << static_cast<unsigned>(buffer[2]);
-    return os.str();
+    char text[8];
+    std::snprintf(text, sizeof text, "%x%x%x", static_cast<unsigned>(buffer[0]),
+                  static_cast<unsigned>(buffer[1]), static_cast<unsigned>(buffer[2]));
+    return text;
 }
 
 std::string UAppComms::malformedLine(const std::string& prefix, int count,
                                      const unsigned char* buffer)
 {
-    std::ostringstream os;
-    os << prefix << "malformed message of " << count << " bytes: 0x" << hexBytes(buffer);
-    return os.str();
+    return prefix + "malformed message of " + std::to_string(count) + " bytes: 0x" +
+           hexBytes(buffer);
 }
 
 std::string UAppComms::unrecognizedLine(const std::string& prefix, const unsigned char* buffer)

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <iostream>
-#include <sstream>
 #include <thread>
 
 #include "uappclient.h"
@@ -62,13 +60,6 @@ void requireOrDie(bool ok, const char* condition, unsigned int line, const char*
                  "src/uapplication.cpp", line, function, condition);
     std::fflush(stderr);
     std::abort();
-}
-
-void writeLine(const std::string& text)
-{
-    std::ostringstream os;
-    os << text;
-    std::cout << os.str() << std::endl;
 }
 
 } // namespace
@@ -226,7 +217,7 @@ void UApplication::event(UEvent* e)
 {
     UWidget* window = m_windowManager ? m_windowManager->activeWindow() : nullptr;
     if (!window) {
-        writeLine("No focused widget found, consuming event");
+        UAppComms::writeLine("No focused widget found, consuming event");
         return;
     }
     if (e->getType() == UEvent::AppShow) {
@@ -241,7 +232,7 @@ bool UApplication::keyEvent(UKeyEvent* e)
 {
     UWidget* window = m_windowManager ? m_windowManager->activeWindow() : nullptr;
     if (!window) {
-        writeLine("No focused widget found, consuming keyEvent");
+        UAppComms::writeLine("No focused widget found, consuming keyEvent");
         return false;
     }
     return window->keyEvent(e);

@@ -1,8 +1,8 @@
 #include "udatetimelabel.h"
 
 #include <cstdio>
-#include <iostream>
 
+#include "uappcomms.h"
 #include "uapplication.h"
 #include "udrawer.h"
 #include "utimer.h"
@@ -28,7 +28,7 @@ UDateTimeLabel::UDateTimeLabel(UWidget* parent)
       m_flashPhase(false), m_useFlash(true), m_24h(true), m_year(0), m_month(0), m_day(0),
       m_hours(0), m_minutes(0), m_seconds(0), m_dayOfWeek(0), m_timeOffset(0)
 {
-    std::cout << "UDateTimeLabel is obsolete, please do not use" << std::endl;
+    UAppComms::writeLine("UDateTimeLabel is obsolete, please do not use");
     m_timer->start();
     static const char* const defaults[7] = {"SUN", "MON", "TUE", "WED", "THU", "FRI", "SAT"};
     for (int i = 0; i < 7; ++i)

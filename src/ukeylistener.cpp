@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <iostream>
-#include <sstream>
+#include <string>
 
 #include "uappserver.h"
 #include "uapplication.h"
@@ -76,35 +76,20 @@ bool UKeyListener::pause(int ms)
 
 unsigned short UKeyListener::mapKey(unsigned int raw) const
 {
+    // Key codes of the raw numbers 10 to 21 and 279 to 294, 0 where a
+    // number has none: two small tables instead of a switch.
+    static const unsigned char kLow[12] = {42, 35, 2, 4, 1, 3, 13, 0, 14, 15, 16, 17};
+    static const unsigned char kHigh[16] = {22, 21, 0, 0, 0, 0, 0, 20, 18, 0, 45, 46, 44, 45, 43, 19};
     if (raw <= 9)
         return static_cast<unsigned short>(raw + 48);
-    switch (raw) {
-    case 10: return 42;
-    case 11: return 35;
-    case 12: return 2;
-    case 13: return 4;
-    case 14: return 1;
-    case 15: return 3;
-    case 16: return 13;
-    case 18: return 14;
-    case 19: return 15;
-    case 20: return 16;
-    case 21: return 17;
-    case 279: return 22;
-    case 280: return 21;
-    case 286: return 20;
-    case 287: return 18;
-    case 289: return 45;
-    case 290: return 46;
-    case 291: return 44;
-    case 292: return 45;
-    case 293: return 43;
-    case 294: return 19;
-    default: break;
-    }
-    std::ostringstream os;
-    os << "UWARNING: Key is not mapped: " << raw;
-    std::cerr << (os.str() + '\n') << std::flush;
+    unsigned char code = 0;
+    if (raw <= 21)
+        code = kLow[raw - 10];
+    else if (raw >= 279 && raw <= 294)
+        code = kHigh[raw - 279];
+    if (code != 0)
+        return code;
+    std::cerr << ("UWARNING: Key is not mapped: " + std::to_string(raw) + '\n') << std::flush;
     return 0;
 }
 

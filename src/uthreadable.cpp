@@ -1,7 +1,6 @@
 #include "uthreadable.h"
 
-#include <iostream>
-#include <sstream>
+#include "uappcomms.h"
 
 UThreadable::UThreadable() : m_keepRunning(false) {}
 
@@ -16,9 +15,7 @@ void UThreadable::start()
     SysThreadId id = 0;
     SysThreader threader;
     if (threader.spawn(&id, this, std::string(), static_cast<SysThreadPriority>(1), 0) != 0) {
-        std::ostringstream os;
-        os << "UThreadable: start() ignored, the thread is still running";
-        std::cout << os.str() << std::endl;
+        UAppComms::writeLine("UThreadable: start() ignored, the thread is still running");
     }
 }
 

@@ -1,10 +1,9 @@
 #include "utimermanager.h"
 
 #include <algorithm>
-#include <iostream>
-#include <sstream>
 #include <thread>
 
+#include "uappcomms.h"
 #include "uapplication.h"
 #include "uevent.h"
 #include "utimer.h"
@@ -278,9 +277,7 @@ void UTimerManager::run()
                 if (!m_wakeRequested && Clock::now() < deadline) {
                     if (++earlyReturns >= kFailedWaitLimit) {
                         earlyReturns = 0;
-                        std::ostringstream os;
-                        os << "UTimerManager: sleep failed, napping 10 ms";
-                        std::cout << os.str() << std::endl;
+                        UAppComms::writeLine("UTimerManager: sleep failed, napping 10 ms");
                         lock.unlock();
                         std::this_thread::sleep_for(kTick);
                         lock.lock();
