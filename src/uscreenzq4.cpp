@@ -198,7 +198,141 @@ bool haveAvx2()
     static const bool yes = __builtin_cpu_supports("avx2");
     return yes;
 }
+
+// With AVX-512 (byte instructions and the byte permute of VBMI) a whole
+// device row comes from one register: the row's buffer bytes (at most 64)
+// are loaded under a mask, and each 64-byte store takes its bytes by a
+// permute that gives every device byte the buffer byte of its pixel, a
+// test of that pixel's bit, and the test's mask expanded to 0xFF or 0x00
+// bytes. The row's last store is masked, so nothing past the row's last
+// pixel is read or written and no call or scalar tail is left. The
+// pattern of pixels repeats every 192 device bytes (3 stores), 192 / unit
+// pixels further on.
+struct Permute {
+    alignas(64) unsigned char index[3][64];
+    alignas(64) unsigned char bit[3][64];
+    explicit Permute(uint32_t unit)
+    {
+        for (uint32_t k = 0; k < 3; ++k)
+            for (uint32_t i = 0; i < 64; ++i) {
+                const uint32_t p = (64 * k + i) / unit;
+                index[k][i] = static_cast<unsigned char>(p / 8);
+                bit[k][i] = static_cast<unsigned char>(0x80u >> (p % 8));
+            }
+    }
+};
+
+const uint32_t AVX512_MAX_PIXELS = 512; // 64 buffer bytes in one register
+
+bool haveAvx512()
+{
+    static const bool yes =
+        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+    return yes;
+}
+
+// `rows` buffer rows, `srcStride` bytes apart, of `pixels` pixels each (at
+// most AVX512_MAX_PIXELS) into `unit` device bytes a pixel: 6 for 16-bit
+// pixels 0xFFFF / 0x0000 three times, 3 for 24-bit 0xFFFFFF / 0x000000, 4
+// for 32-bit 0xFF000000 / 0xFFFFFFFF (set bit / clear bit; the 32-bit
+// alpha byte is 0xFF either way). Device rows start `dstStride` bytes
+// apart; each is written `copies` times, `copySpacing` bytes apart, every
+// store going to all copies while its value is in a register.
+template <uint32_t unit>
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) void
+permuteRowsAvx512(const unsigned char* src, size_t srcStride, uint32_t rows, uint32_t pixels,
+                  unsigned char* dst, size_t dstStride, uint32_t copies, size_t copySpacing)
+{
+    static const Permute t(unit);
+    if (pixels == 0)
+        return;
+    const __mmask64 srcMask = ~0ull >> (64 - (pixels + 7) / 8);
+    const __m512i b0 = _mm512_load_si512(t.bit[0]);
+    const __m512i b1 = _mm512_load_si512(t.bit[1]);
+    const __m512i b2 = _mm512_load_si512(t.bit[2]);
+    const __m512i step = _mm512_set1_epi8(static_cast<char>(192 / unit / 8));
+    const uint32_t bytes = pixels * unit;
+    const __m512i alpha = _mm512_set1_epi32(static_cast<int>(0xFF000000u));
+    const __m512i ones = _mm512_set1_epi32(-1);
+    auto out = [alpha, ones](__m512i s, __m512i index, __m512i bit)
+                   __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+        const __m512i v = _mm512_maskz_permutexvar_epi8(~0ull, index, s);
+        if (unit == 4)
+            return _mm512_mask_blend_epi8(_mm512_testn_epi8_mask(v, bit), alpha, ones);
+        return _mm512_movm_epi8(_mm512_test_epi8_mask(v, bit));
+    };
+    auto put = [copies, copySpacing](unsigned char* d, __mmask64 m, __m512i v)
+                   __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+        for (uint32_t c = 0; c < copies; ++c, d += copySpacing)
+            _mm512_mask_storeu_epi8(d, m, v);
+    };
+    auto put64 = [copies, copySpacing](unsigned char* d, __m512i v)
+                     __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+        for (uint32_t c = 0; c < copies; ++c, d += copySpacing)
+            _mm512_storeu_si512(d, v);
+    };
+    for (uint32_t r = 0; r < rows; ++r, src += srcStride, dst += dstStride) {
+        const __m512i s = _mm512_maskz_loadu_epi8(srcMask, src);
+        __m512i i0 = _mm512_load_si512(t.index[0]);
+        __m512i i1 = _mm512_load_si512(t.index[1]);
+        __m512i i2 = _mm512_load_si512(t.index[2]);
+        unsigned char* d = dst;
+        uint32_t left = bytes;
+        for (; left >= 192; left -= 192, d += 192) {
+            put64(d, out(s, i0, b0));
+            put64(d + 64, out(s, i1, b1));
+            put64(d + 128, out(s, i2, b2));
+            i0 = _mm512_add_epi8(i0, step);
+            i1 = _mm512_add_epi8(i1, step);
+            i2 = _mm512_add_epi8(i2, step);
+        }
+        // The last 1 to 191 bytes: whole stores, then one under a mask.
+        if (left > 128) {
+            put64(d, out(s, i0, b0));
+            put64(d + 64, out(s, i1, b1));
+            put(d + 128, ~0ull >> (192 - left), out(s, i2, b2));
+        } else if (left > 64) {
+            put64(d, out(s, i0, b0));
+            put(d + 64, ~0ull >> (128 - left), out(s, i1, b1));
+        } else if (left > 0) {
+            put(d, ~0ull >> (64 - left), out(s, i0, b0));
+        }
+    }
+}
 #endif
+
+// Rows through the AVX-512 conversion above when this processor has it
+// and a row fits in one register; false leaves them to the caller.
+template <uint32_t unit>
+bool rowsAvx512(const unsigned char* src, size_t srcStride, uint32_t rows, uint32_t pixels,
+                void* dst, size_t dstStride, uint32_t copies = 1, size_t copySpacing = 0)
+{
+#ifdef UTK_AVX2_STORES
+    if (pixels <= AVX512_MAX_PIXELS && haveAvx512()) {
+        permuteRowsAvx512<unit>(src, srcStride, rows, pixels, static_cast<unsigned char*>(dst),
+                                dstStride, copies, copySpacing);
+        return true;
+    }
+#else
+    (void)src, (void)srcStride, (void)rows, (void)pixels, (void)dst, (void)dstStride;
+    (void)copies, (void)copySpacing;
+#endif
+    return false;
+}
+
+// How many of `rows` device rows, `spacing` bytes apart from byte
+// `first` on and at most `devRows`, have all their `bytes` bytes inside
+// the device mapping.
+uint32_t wholeRows(uint64_t first, uint64_t spacing, uint64_t bytes, uint32_t rows,
+                   uint64_t devRows)
+{
+    uint64_t n = std::min<uint64_t>(rows, devRows);
+    if (n == 0 || first + bytes > s_mapLength)
+        return 0;
+    if (spacing > 0)
+        n = std::min<uint64_t>(n, (s_mapLength - first - bytes) / spacing + 1);
+    return static_cast<uint32_t>(n);
+}
 
 // `bytes` whole source bytes, eight 32-bit pixels each.
 void expand32(const unsigned char* src, uint32_t bytes, uint32_t* dst)
@@ -540,6 +674,8 @@ void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst
 {
     if (count <= 0)
         return;
+    if (rowsAvx512<6>(src, 0, 1, static_cast<uint32_t>(count), dst, 0))
+        return;
     const uint32_t whole = static_cast<uint32_t>(count) / 8;
     expand16(src, whole, dst);
     tripleBits<unsigned short>(src, whole * 8, static_cast<uint32_t>(count), 0xFFFF, 0x0000,
@@ -573,7 +709,14 @@ void UScreenZQ4::flush()
         centre(devW, devH, vinfo_ram.xres, rows, x0, y0);
         uint32_t* dev = reinterpret_cast<uint32_t*>(s_deviceMemory);
         const uint32_t wanted = devW > x0 ? devW - x0 : 0;
-        for (uint32_t r = 0; r < rows && y0 + r < devH; ++r) {
+        // Rows wholly inside the mapping in one go where the processor
+        // allows, the rest (and every row elsewhere) one by one.
+        const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
+        const uint32_t full = static_cast<uint32_t>(std::min<uint64_t>(wanted, bitsPerRow));
+        uint32_t r = wholeRows(first * 4, devW * 4ull, full * 4ull, rows, devH - y0);
+        if (!rowsAvx512<4>(buf, rowBytes, r, full, dev + first, devW * 4ull))
+            r = 0;
+        for (; r < rows && y0 + r < devH; ++r) {
             const uint64_t start = static_cast<uint64_t>(y0 + r) * devW + x0;
             uint32_t cols = fitInMapping(start * 4, 4, wanted);
             if (cols > bitsPerRow)
@@ -593,7 +736,12 @@ void UScreenZQ4::flush()
         const uint32_t rowPixels = devLine / 3;
         uint32_t wanted = devW < rowPixels ? devW : rowPixels;
         wanted = wanted > x0 ? wanted - x0 : 0;
-        for (uint32_t r = 0; r < rows && y0 + r < devH; ++r) {
+        const uint64_t first = static_cast<uint64_t>(y0) * devLine + x0 * 3u;
+        const uint32_t full = static_cast<uint32_t>(std::min<uint64_t>(wanted, bitsPerRow));
+        uint32_t r = wholeRows(first, devLine, full * 3ull, rows, devH - y0);
+        if (!rowsAvx512<3>(buf, rowBytes, r, full, s_deviceMemory + first, devLine))
+            r = 0;
+        for (; r < rows && y0 + r < devH; ++r) {
             const uint64_t start = static_cast<uint64_t>(y0 + r) * devLine + x0 * 3u;
             uint32_t cols = fitInMapping(start, 3, wanted);
             if (cols > bitsPerRow)
@@ -620,7 +768,15 @@ void UScreenZQ4::flush()
         // Each buffer row is converted three times: converting beats
         // copying the first device row (memcpy of rows this short is
         // slower than the conversion's own stores).
-        for (uint32_t r = 0; r < rows; ++r) {
+        // With AVX-512 the buffer rows whose three device rows are all on
+        // the device and wholly in the mapping are converted once each and
+        // stored three times.
+        const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
+        uint32_t r = wholeRows((first + 2ull * devW) * 2, devW * 6ull, wanted * 6ull, rows,
+                               (devH - y0) / 3);
+        if (!rowsAvx512<6>(buf, rowBytes, r, wanted, dev + first, devW * 6ull, 3, devW * 2ull))
+            r = 0;
+        for (; r < rows; ++r) {
             unsigned char* src = s_drawBuffer + static_cast<size_t>(r) * rowBytes;
             for (uint32_t k = 0; k < 3; ++k) {
                 const uint64_t y = static_cast<uint64_t>(y0) + 3u * r + k;
