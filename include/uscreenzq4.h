@@ -109,6 +109,12 @@ public:
     static void scan_line_hw(int count, unsigned char* src, unsigned short* dst);
 
 private:
+    // The widest vector code the conversions may use, for the tests that
+    // check every path on one processor (UScreenZQ4TestAccess): 2 AVX-512,
+    // 1 up to AVX2, 0 the portable code. Always 2 outside tests.
+    friend struct UScreenZQ4TestAccess;
+    static int s_vectorCap;
+
     size_t bufferSize() const;
     void attachSegment(size_t size);
 

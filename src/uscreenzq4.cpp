@@ -19,6 +19,7 @@
 #include "ustring.h"
 
 const int32_t UScreenZQ4::SHM_KEY;
+int UScreenZQ4::s_vectorCap = 2;
 
 namespace {
 
@@ -193,10 +194,12 @@ __attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, ui
     return done;
 }
 
-bool haveAvx2()
+// `cap` is UScreenZQ4's test cap on the vector code (2 all, 1 up to AVX2,
+// 0 none), so that one processor can check every path.
+bool haveAvx2(int cap)
 {
     static const bool yes = __builtin_cpu_supports("avx2");
-    return yes;
+    return cap >= 1 && yes;
 }
 
 // With AVX-512 (byte instructions and the byte permute of VBMI) a whole
@@ -224,11 +227,11 @@ struct Permute {
 
 const uint32_t AVX512_MAX_PIXELS = 512; // 64 buffer bytes in one register
 
-bool haveAvx512()
+bool haveAvx512(int cap)
 {
     static const bool yes =
         __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
-    return yes;
+    return cap >= 2 && yes;
 }
 
 // `rows` buffer rows, `srcStride` bytes apart, of `pixels` pixels each (at
@@ -304,17 +307,17 @@ permuteRowsAvx512(const unsigned char* src, size_t srcStride, uint32_t rows, uin
 // Rows through the AVX-512 conversion above when this processor has it
 // and a row fits in one register; false leaves them to the caller.
 template <uint32_t unit>
-bool rowsAvx512(const unsigned char* src, size_t srcStride, uint32_t rows, uint32_t pixels,
+bool rowsAvx512(int cap, const unsigned char* src, size_t srcStride, uint32_t rows, uint32_t pixels,
                 void* dst, size_t dstStride, uint32_t copies = 1, size_t copySpacing = 0)
 {
 #ifdef UTK_AVX2_STORES
-    if (pixels <= AVX512_MAX_PIXELS && haveAvx512()) {
+    if (pixels <= AVX512_MAX_PIXELS && haveAvx512(cap)) {
         permuteRowsAvx512<unit>(src, srcStride, rows, pixels, static_cast<unsigned char*>(dst),
                                 dstStride, copies, copySpacing);
         return true;
     }
 #else
-    (void)src, (void)srcStride, (void)rows, (void)pixels, (void)dst, (void)dstStride;
+    (void)cap, (void)src, (void)srcStride, (void)rows, (void)pixels, (void)dst, (void)dstStride;
     (void)copies, (void)copySpacing;
 #endif
     return false;
@@ -335,11 +338,12 @@ uint32_t wholeRows(uint64_t first, uint64_t spacing, uint64_t bytes, uint32_t ro
 }
 
 // `bytes` whole source bytes, eight 32-bit pixels each.
-void expand32(const unsigned char* src, uint32_t bytes, uint32_t* dst)
+void expand32(int cap, const unsigned char* src, uint32_t bytes, uint32_t* dst)
 {
+    (void)cap; // unused where there is no vector code
     const Argb& t = argbTable();
 #ifdef UTK_AVX2_STORES
-    if (haveAvx2())
+    if (haveAvx2(cap))
         return expand32Avx2(src, bytes, dst, t);
 #endif
     for (uint32_t b = 0; b < bytes; ++b)
@@ -349,12 +353,13 @@ void expand32(const unsigned char* src, uint32_t bytes, uint32_t* dst)
 // `bytes` whole source bytes, 24 device bytes each. Every store but the
 // last writes 32 bytes; the 8 beyond its pixels are rewritten at once by
 // the next one, so nothing past the last pixel is touched.
-void expand24(const unsigned char* src, uint32_t bytes, unsigned char* dst)
+void expand24(int cap, const unsigned char* src, uint32_t bytes, unsigned char* dst)
 {
+    (void)cap; // unused where there is no vector code
     if (bytes == 0)
         return;
 #ifdef UTK_AVX2_STORES
-    if (haveAvx2()) {
+    if (haveAvx2(cap)) {
         static const Spread spread(3);
         const uint32_t done = spreadAvx2<3>(src, bytes, dst, spread);
         src += done;
@@ -371,10 +376,11 @@ void expand24(const unsigned char* src, uint32_t bytes, unsigned char* dst)
 }
 
 // `bytes` whole source bytes, 24 16-bit pixels each.
-void expand16(const unsigned char* src, uint32_t bytes, unsigned short* dst)
+void expand16(int cap, const unsigned char* src, uint32_t bytes, unsigned short* dst)
 {
+    (void)cap; // unused where there is no vector code
 #ifdef UTK_AVX2_STORES
-    if (haveAvx2()) {
+    if (haveAvx2(cap)) {
         static const Spread spread(6);
         const uint32_t done =
             spreadAvx2<6>(src, bytes, reinterpret_cast<unsigned char*>(dst), spread);
@@ -674,10 +680,10 @@ void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst
 {
     if (count <= 0)
         return;
-    if (rowsAvx512<6>(src, 0, 1, static_cast<uint32_t>(count), dst, 0))
+    if (rowsAvx512<6>(s_vectorCap, src, 0, 1, static_cast<uint32_t>(count), dst, 0))
         return;
     const uint32_t whole = static_cast<uint32_t>(count) / 8;
-    expand16(src, whole, dst);
+    expand16(s_vectorCap, src, whole, dst);
     tripleBits<unsigned short>(src, whole * 8, static_cast<uint32_t>(count), 0xFFFF, 0x0000,
                                dst + 24 * whole);
 }
@@ -688,6 +694,7 @@ void UScreenZQ4::flush()
         return;
 
     const unsigned char* buf = s_drawBuffer;
+    const int cap = s_vectorCap;
     const uint32_t rows = vinfo_ram.yres;
     const uint32_t rowBytes = finfo_ram.line_length;
     const uint32_t devW = vinfo_real.xres;
@@ -714,7 +721,7 @@ void UScreenZQ4::flush()
         const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
         const uint32_t full = static_cast<uint32_t>(std::min<uint64_t>(wanted, bitsPerRow));
         uint32_t r = wholeRows(first * 4, devW * 4ull, full * 4ull, rows, devH - y0);
-        if (!rowsAvx512<4>(buf, rowBytes, r, full, dev + first, devW * 4ull))
+        if (!rowsAvx512<4>(cap, buf, rowBytes, r, full, dev + first, devW * 4ull))
             r = 0;
         for (; r < rows && y0 + r < devH; ++r) {
             const uint64_t start = static_cast<uint64_t>(y0 + r) * devW + x0;
@@ -724,7 +731,7 @@ void UScreenZQ4::flush()
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             uint32_t* d = dev + start;
             const uint32_t whole = cols / 8;
-            expand32(src, whole, d);
+            expand32(cap, src, whole, d);
             for (uint32_t i = whole * 8; i < cols; ++i)
                 d[i] = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFF000000u : 0xFFFFFFFFu;
         }
@@ -739,7 +746,7 @@ void UScreenZQ4::flush()
         const uint64_t first = static_cast<uint64_t>(y0) * devLine + x0 * 3u;
         const uint32_t full = static_cast<uint32_t>(std::min<uint64_t>(wanted, bitsPerRow));
         uint32_t r = wholeRows(first, devLine, full * 3ull, rows, devH - y0);
-        if (!rowsAvx512<3>(buf, rowBytes, r, full, s_deviceMemory + first, devLine))
+        if (!rowsAvx512<3>(cap, buf, rowBytes, r, full, s_deviceMemory + first, devLine))
             r = 0;
         for (; r < rows && y0 + r < devH; ++r) {
             const uint64_t start = static_cast<uint64_t>(y0 + r) * devLine + x0 * 3u;
@@ -749,7 +756,7 @@ void UScreenZQ4::flush()
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             unsigned char* d = s_deviceMemory + start;
             const uint32_t whole = cols / 8;
-            expand24(src, whole, d);
+            expand24(cap, src, whole, d);
             tripleBits<unsigned char>(src, whole * 8, cols, 0xFF, 0x00, d + 24 * whole);
         }
         break;
@@ -774,7 +781,7 @@ void UScreenZQ4::flush()
         const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
         uint32_t r = wholeRows((first + 2ull * devW) * 2, devW * 6ull, wanted * 6ull, rows,
                                (devH - y0) / 3);
-        if (!rowsAvx512<6>(buf, rowBytes, r, wanted, dev + first, devW * 6ull, 3, devW * 2ull))
+        if (!rowsAvx512<6>(cap, buf, rowBytes, r, wanted, dev + first, devW * 6ull, 3, devW * 2ull))
             r = 0;
         for (; r < rows; ++r) {
             unsigned char* src = s_drawBuffer + static_cast<size_t>(r) * rowBytes;

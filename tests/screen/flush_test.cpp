@@ -63,12 +63,17 @@ void reference(const Device& d, const unsigned char* buf, uint32_t xres, uint32_
 
 } // namespace
 
+// Caps the vector code the conversions may use (see uscreenzq4.h).
+struct UScreenZQ4TestAccess {
+    static void setVectorCap(int cap) { UScreenZQ4::s_vectorCap = cap; }
+};
+
 TEST_F(ScreenTest, FlushMatchesThePerPixelConversionOnRandomImages)
 {
     // Centred, at the top-left corner, clipped by width, height, line
     // length or mapping, padded lines, 199-pixel rows with a spare bit,
-    // partial magnified pixels, and a depth that is never converted.
-    // Odd centring offsets (unaligned rows); a magnified row whose third
+    // partial magnified pixels, a depth that is never converted, odd
+    // centring offsets (unaligned rows), and a magnified row whose third
     // device row is cut by the end of the mapping, or by the last device
     // row with mapping to spare.
     std::vector<Device> devices = {
@@ -87,11 +92,17 @@ TEST_F(ScreenTest, FlushMatchesThePerPixelConversionOnRandomImages)
         devices.push_back({3 * w, 4, 16, 0});
     }
     std::mt19937 rng(7);
-    for (int model : {0, 49, 62}) {
+    // Every path this processor has: AVX-512, AVX2, portable.
+    struct CapReset {
+        ~CapReset() { UScreenZQ4TestAccess::setVectorCap(2); }
+    } capReset;
+    for (int run = 0; run < 9; ++run) {
+        const int cap = 2 - run / 3, model = std::vector<int>{0, 49, 62}[run % 3];
+        UScreenZQ4TestAccess::setVectorCap(cap);
         SysHardwareVersion::setModel(model);
         for (const Device& d : devices) {
-            SCOPED_TRACE("model " + std::to_string(model) + ", " + std::to_string(d.w) + "x"
-                         + std::to_string(d.h) + "@" + std::to_string(d.bpp) + " line "
+            SCOPED_TRACE("vector cap " + std::to_string(cap) + ", model " + std::to_string(model)
+                         + ", " + std::to_string(d.w) + "x" + std::to_string(d.h) + "@" + std::to_string(d.bpp) + " line "
                          + std::to_string(d.line));
             screen.reset();
             const size_t segment = model == 62 ? 1200 : model == 49 ? 1008 : 1152;
