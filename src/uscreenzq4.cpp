@@ -170,7 +170,8 @@ struct Spread {
 
 template <uint32_t rep>
 __attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, uint32_t bytes,
-                                                    unsigned char* dst, const Spread& t)
+                                                    unsigned char* dst, const Spread& t,
+                                                    uint32_t copies = 1, size_t spacing = 0)
 {
     const uint32_t groupBytes = 12 / rep; // 96 bytes: 4 source bytes at rep 3, 2 at rep 6
     const __m256i i0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.index[0]));
@@ -187,9 +188,15 @@ __attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, ui
         const __m256i s0 = _mm256_and_si256(_mm256_shuffle_epi8(v, i0), b0);
         const __m256i s1 = _mm256_and_si256(_mm256_shuffle_epi8(v, i1), b1);
         const __m256i s2 = _mm256_and_si256(_mm256_shuffle_epi8(v, i2), b2);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm256_cmpeq_epi8(s0, b0));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 32), _mm256_cmpeq_epi8(s1, b1));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 64), _mm256_cmpeq_epi8(s2, b2));
+        const __m256i v0 = _mm256_cmpeq_epi8(s0, b0);
+        const __m256i v1 = _mm256_cmpeq_epi8(s1, b1);
+        const __m256i v2 = _mm256_cmpeq_epi8(s2, b2);
+        unsigned char* d = dst;
+        for (uint32_t c = 0; c < copies; ++c, d += spacing) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v0);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 32), v1);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 64), v2);
+        }
     }
     return done;
 }
@@ -375,23 +382,26 @@ void expand24(int cap, const unsigned char* src, uint32_t bytes, unsigned char* 
     memcpy(dst + 24 * (bytes - 1), t.v[src[bytes - 1]], 24);
 }
 
-// `bytes` whole source bytes, 24 16-bit pixels each.
-void expand16(int cap, const unsigned char* src, uint32_t bytes, unsigned short* dst)
+// `bytes` whole source bytes, 24 16-bit pixels each, written `copies`
+// times, `spacing` pixels apart; answers the bytes done.
+void expand16(int cap, const unsigned char* src, uint32_t bytes, unsigned short* dst,
+              uint32_t copies, size_t spacing)
 {
     (void)cap; // unused where there is no vector code
 #ifdef UTK_AVX2_STORES
     if (haveAvx2(cap)) {
         static const Spread spread(6);
-        const uint32_t done =
-            spreadAvx2<6>(src, bytes, reinterpret_cast<unsigned char*>(dst), spread);
+        const uint32_t done = spreadAvx2<6>(src, bytes, reinterpret_cast<unsigned char*>(dst),
+                                            spread, copies, spacing * 2);
         src += done;
         dst += 24 * done;
         bytes -= done;
     }
 #endif
     const Hw& t = hwTable();
-    for (uint32_t b = 0; b < bytes; ++b)
-        memcpy(dst + 24 * b, t.v[src[b]], 48);
+    for (uint32_t c = 0; c < copies; ++c, dst += spacing)
+        for (uint32_t b = 0; b < bytes; ++b)
+            memcpy(dst + 24 * b, t.v[src[b]], 48);
 }
 
 } // namespace
@@ -676,16 +686,22 @@ static void tripleBits(const unsigned char* src, uint32_t from, uint32_t to, T o
     }
 }
 
+// scan_line_hw() into `copies` device rows, `spacing` pixels apart.
+static void scanLine16(int cap, const unsigned char* src, uint32_t count, unsigned short* dst,
+                       uint32_t copies, size_t spacing)
+{
+    if (rowsAvx512<6>(cap, src, 0, 1, count, dst, 0, copies, spacing * 2))
+        return;
+    const uint32_t whole = count / 8;
+    expand16(cap, src, whole, dst, copies, spacing);
+    for (uint32_t c = 0; c < copies; ++c, dst += spacing)
+        tripleBits<unsigned short>(src, whole * 8, count, 0xFFFF, 0x0000, dst + 24 * whole);
+}
+
 void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst)
 {
-    if (count <= 0)
-        return;
-    if (rowsAvx512<6>(s_vectorCap, src, 0, 1, static_cast<uint32_t>(count), dst, 0))
-        return;
-    const uint32_t whole = static_cast<uint32_t>(count) / 8;
-    expand16(s_vectorCap, src, whole, dst);
-    tripleBits<unsigned short>(src, whole * 8, static_cast<uint32_t>(count), 0xFFFF, 0x0000,
-                               dst + 24 * whole);
+    if (count > 0)
+        scanLine16(s_vectorCap, src, static_cast<uint32_t>(count), dst, 1, 0);
 }
 
 void UScreenZQ4::flush()
@@ -772,17 +788,22 @@ void UScreenZQ4::flush()
             wanted = vinfo_ram.xres;
         if (wanted > bitsPerRow)
             wanted = static_cast<uint32_t>(bitsPerRow);
-        // Each buffer row is converted three times: converting beats
-        // copying the first device row (memcpy of rows this short is
-        // slower than the conversion's own stores).
-        // With AVX-512 the buffer rows whose three device rows are all on
-        // the device and wholly in the mapping are converted once each and
-        // stored three times.
+        // The buffer rows whose three device rows are all on the device
+        // and wholly in the mapping: with vector code each is converted
+        // once and every store goes to all three rows (AVX-512 does them
+        // all in one call); copying the first device row would be slower,
+        // memcpy of rows this short being slower than the stores. The
+        // rows cut short are converted one device row at a time.
         const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
-        uint32_t r = wholeRows((first + 2ull * devW) * 2, devW * 6ull, wanted * 6ull, rows,
-                               (devH - y0) / 3);
-        if (!rowsAvx512<6>(cap, buf, rowBytes, r, wanted, dev + first, devW * 6ull, 3, devW * 2ull))
-            r = 0;
+        const uint32_t whole = wholeRows((first + 2ull * devW) * 2, devW * 6ull, wanted * 6ull,
+                                         rows, (devH - y0) / 3);
+        uint32_t r = 0;
+        if (rowsAvx512<6>(cap, buf, rowBytes, whole, wanted, dev + first, devW * 6ull, 3,
+                          devW * 2ull))
+            r = whole;
+        for (; r < whole; ++r)
+            scanLine16(cap, buf + static_cast<size_t>(r) * rowBytes, wanted,
+                       dev + first + 3ull * devW * r, 3, devW);
         for (; r < rows; ++r) {
             unsigned char* src = s_drawBuffer + static_cast<size_t>(r) * rowBytes;
             for (uint32_t k = 0; k < 3; ++k) {
