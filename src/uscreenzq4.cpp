@@ -214,10 +214,10 @@ bool haveAvx2(int cap)
 // are loaded under a mask, and each 64-byte store takes its bytes by a
 // permute that gives every device byte the buffer byte of its pixel, a
 // test of that pixel's bit, and the test's mask expanded to 0xFF or 0x00
-// bytes. The row's last store is masked, so nothing past the row's last
-// pixel is read or written and no call or scalar tail is left. The
-// pattern of pixels repeats every 192 device bytes (3 stores), 192 / unit
-// pixels further on.
+// bytes (at 32 bits blended with the alpha byte). The row's last store is
+// masked, so nothing past the row's last pixel is read or written and no
+// call or scalar tail is left. The pattern repeats every 192 device bytes
+// (3 stores), whose pixels lie 192 / unit / 8 buffer bytes further on.
 struct Permute {
     alignas(64) unsigned char index[3][64];
     alignas(64) unsigned char bit[3][64];
