@@ -8,6 +8,8 @@
 //   on UScreenZQ4, against the screen's own setPixel over the same pixels
 //   (called through a pointer the compiler cannot see through, so it is
 //   neither devirtualized nor inlined) and against a memset of the buffer.
+// - the same flushes with the vector code capped at AVX2 and at none (the
+//   portable code), for processors without AVX-512.
 // Medians of the repetitions and the ratios are printed at the end.
 //
 // Bytes written: 32 bpp 192 x 48 x 4; 24 bpp 192 x 48 x 3; 16 bpp the
@@ -219,6 +221,34 @@ BENCHMARK(BM_MemsetReference)->Repetitions(REPETITIONS)->ReportAggregatesOnly(tr
 
 } // namespace
 
+// Caps the conversions' vector code (see uscreenzq4.h).
+struct UScreenZQ4TestAccess {
+    static void setVectorCap(int cap) { UScreenZQ4::s_vectorCap = cap; }
+};
+
+namespace {
+
+// Arguments: depth, vector cap (1 AVX2, 0 none).
+void BM_FlushCapped(benchmark::State& state)
+{
+    UScreenZQ4* screen = openScreen(state.range(0));
+    if (!screen) {
+        state.SkipWithError("no simulated screen");
+        return;
+    }
+    UScreenZQ4TestAccess::setVectorCap(static_cast<int>(state.range(1)));
+    for (auto _ : state) {
+        screen->flush();
+        benchmark::ClobberMemory();
+    }
+    UScreenZQ4TestAccess::setVectorCap(2);
+    closeScreen(screen);
+}
+
+BENCHMARK(BM_FlushCapped)->ArgsProduct({{16, 24, 32}, {1, 0}})->Repetitions(REPETITIONS)->ReportAggregatesOnly(true);
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     benchmark::Initialize(&argc, argv);
@@ -235,6 +265,10 @@ int main(int argc, char** argv)
         reporter.ratio(std::string("BM_Flush/") + bpp, std::string("BM_Memcpy/") + bpp, stderr);
     for (const char* bpp : {"16", "24", "32"})
         reporter.ratio(std::string("BM_Flush/") + bpp, std::string("BM_RowMemcpy/") + bpp, stderr);
+    for (const char* cap : {"1", "0"})
+        for (const char* bpp : {"16", "24", "32"})
+            reporter.ratio(std::string("BM_FlushCapped/") + bpp + "/" + cap,
+                           std::string("BM_Memcpy/") + bpp, stderr);
     reporter.ratio("BM_DrawerFillRect", "BM_SetPixelReference", stderr);
     reporter.ratio("BM_DrawerFillRect", "BM_MemsetReference", stderr);
     benchmark::Shutdown();

@@ -63,12 +63,24 @@
 // the same limits as setPixel(): columns below xres and inside the row's
 // line_length, rows below yres.
 //
-// Conversions: each depth builds its own expansion table (every byte of the
-// buffer as its device pixels) on its first flush, so a one-bit display
-// never builds any. On x86-64 processors with AVX2 (checked at run time)
-// the conversions write 32-byte stores: the 32-bit table rows whole, and
-// the 24- and 16-bit pixels spread from the buffer bits by byte shuffles,
-// 96 device bytes at a time; the output is the same on every processor.
+// Conversions: the output is the same on every processor; the code is
+// chosen at run time, once.
+// - x86-64 with AVX-512 (byte instructions and VBMI's byte permute): a
+//   buffer row (at most 64 bytes) is loaded into one register under a
+//   mask, and each 64-byte device store is made from it by a permute, a
+//   bit test and the test's mask expanded to bytes; a row's last store is
+//   masked, so there is no scalar tail and nothing outside the row is read
+//   or written. The rows wholly inside the device mapping go in one call;
+//   at 16 bits per pixel each buffer row is converted once and stored to
+//   its three device rows.
+// - x86-64 with AVX2: 32-byte stores, the 32-bit pixels from a table, the
+//   24- and 16-bit pixels spread from the buffer bits by byte shuffles, 96
+//   device bytes at a time.
+// - Elsewhere (the phone's ARM processor): per-depth expansion tables
+//   (every byte of the buffer as its device pixels), each built on the
+//   first flush at its depth, so a one-bit display never builds any.
+// Rows that the mapping or the device's last row cuts short are converted
+// one at a time.
 #ifndef USCREENZQ4_H
 #define USCREENZQ4_H
 
@@ -109,6 +121,12 @@ public:
     static void scan_line_hw(int count, unsigned char* src, unsigned short* dst);
 
 private:
+    // The widest vector code the conversions may use, for the tests that
+    // check every path on one processor (UScreenZQ4TestAccess): 2 AVX-512,
+    // 1 up to AVX2, 0 the portable code. Always 2 outside tests.
+    friend struct UScreenZQ4TestAccess;
+    static int s_vectorCap;
+
     UTK_LOCAL size_t bufferSize() const;
     UTK_LOCAL void attachSegment(size_t size);
 

@@ -19,6 +19,7 @@
 #include "ustring.h"
 
 const int32_t UScreenZQ4::SHM_KEY;
+int UScreenZQ4::s_vectorCap = 2;
 
 namespace {
 
@@ -169,7 +170,8 @@ struct Spread {
 
 template <uint32_t rep>
 __attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, uint32_t bytes,
-                                                    unsigned char* dst, const Spread& t)
+                                                    unsigned char* dst, const Spread& t,
+                                                    uint32_t copies = 1, size_t spacing = 0)
 {
     const uint32_t groupBytes = 12 / rep; // 96 bytes: 4 source bytes at rep 3, 2 at rep 6
     const __m256i i0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(t.index[0]));
@@ -186,26 +188,169 @@ __attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, ui
         const __m256i s0 = _mm256_and_si256(_mm256_shuffle_epi8(v, i0), b0);
         const __m256i s1 = _mm256_and_si256(_mm256_shuffle_epi8(v, i1), b1);
         const __m256i s2 = _mm256_and_si256(_mm256_shuffle_epi8(v, i2), b2);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm256_cmpeq_epi8(s0, b0));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 32), _mm256_cmpeq_epi8(s1, b1));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 64), _mm256_cmpeq_epi8(s2, b2));
+        const __m256i v0 = _mm256_cmpeq_epi8(s0, b0);
+        const __m256i v1 = _mm256_cmpeq_epi8(s1, b1);
+        const __m256i v2 = _mm256_cmpeq_epi8(s2, b2);
+        unsigned char* d = dst;
+        for (uint32_t c = 0; c < copies; ++c, d += spacing) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d), v0);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 32), v1);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 64), v2);
+        }
     }
     return done;
 }
 
-bool haveAvx2()
+// `cap` is UScreenZQ4's test cap on the vector code (2 all, 1 up to AVX2,
+// 0 none), so that one processor can check every path.
+bool haveAvx2(int cap)
 {
     static const bool yes = __builtin_cpu_supports("avx2");
-    return yes;
+    return cap >= 1 && yes;
+}
+
+// With AVX-512 (byte instructions and the byte permute of VBMI) a whole
+// device row comes from one register: the row's buffer bytes (at most 64)
+// are loaded under a mask, and each 64-byte store takes its bytes by a
+// permute that gives every device byte the buffer byte of its pixel, a
+// test of that pixel's bit, and the test's mask expanded to 0xFF or 0x00
+// bytes (at 32 bits blended with the alpha byte). The row's last store is
+// masked, so nothing past the row's last pixel is read or written and no
+// call or scalar tail is left. The pattern repeats every 192 device bytes
+// (3 stores), whose pixels lie 192 / unit / 8 buffer bytes further on.
+struct Permute {
+    alignas(64) unsigned char index[3][64];
+    alignas(64) unsigned char bit[3][64];
+    explicit Permute(uint32_t unit)
+    {
+        for (uint32_t k = 0; k < 3; ++k)
+            for (uint32_t i = 0; i < 64; ++i) {
+                const uint32_t p = (64 * k + i) / unit;
+                index[k][i] = static_cast<unsigned char>(p / 8);
+                bit[k][i] = static_cast<unsigned char>(0x80u >> (p % 8));
+            }
+    }
+};
+
+const uint32_t AVX512_MAX_PIXELS = 512; // 64 buffer bytes in one register
+
+bool haveAvx512(int cap)
+{
+    static const bool yes =
+        __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi");
+    return cap >= 2 && yes;
+}
+
+// `rows` buffer rows, `srcStride` bytes apart, of `pixels` pixels each (at
+// most AVX512_MAX_PIXELS) into `unit` device bytes a pixel: 6 for 16-bit
+// pixels 0xFFFF / 0x0000 three times, 3 for 24-bit 0xFFFFFF / 0x000000, 4
+// for 32-bit 0xFF000000 / 0xFFFFFFFF (set bit / clear bit; the 32-bit
+// alpha byte is 0xFF either way). Device rows start `dstStride` bytes
+// apart; each is written `copies` times, `copySpacing` bytes apart, every
+// store going to all copies while its value is in a register.
+template <uint32_t unit>
+__attribute__((target("avx512f,avx512bw,avx512vbmi"))) void
+permuteRowsAvx512(const unsigned char* src, size_t srcStride, uint32_t rows, uint32_t pixels,
+                  unsigned char* dst, size_t dstStride, uint32_t copies, size_t copySpacing)
+{
+    static const Permute t(unit);
+    if (pixels == 0)
+        return;
+    const __mmask64 srcMask = ~0ull >> (64 - (pixels + 7) / 8);
+    const __m512i b0 = _mm512_load_si512(t.bit[0]);
+    const __m512i b1 = _mm512_load_si512(t.bit[1]);
+    const __m512i b2 = _mm512_load_si512(t.bit[2]);
+    const __m512i step = _mm512_set1_epi8(static_cast<char>(192 / unit / 8));
+    const uint32_t bytes = pixels * unit;
+    const __m512i alpha = _mm512_set1_epi32(static_cast<int>(0xFF000000u));
+    const __m512i ones = _mm512_set1_epi32(-1);
+    auto out = [alpha, ones](__m512i s, __m512i index, __m512i bit)
+                   __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+        const __m512i v = _mm512_maskz_permutexvar_epi8(~0ull, index, s);
+        if (unit == 4)
+            return _mm512_mask_blend_epi8(_mm512_testn_epi8_mask(v, bit), alpha, ones);
+        return _mm512_movm_epi8(_mm512_test_epi8_mask(v, bit));
+    };
+    auto put = [copies, copySpacing](unsigned char* d, __mmask64 m, __m512i v)
+                   __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+        for (uint32_t c = 0; c < copies; ++c, d += copySpacing)
+            _mm512_mask_storeu_epi8(d, m, v);
+    };
+    auto put64 = [copies, copySpacing](unsigned char* d, __m512i v)
+                     __attribute__((target("avx512f,avx512bw,avx512vbmi"))) {
+        for (uint32_t c = 0; c < copies; ++c, d += copySpacing)
+            _mm512_storeu_si512(d, v);
+    };
+    for (uint32_t r = 0; r < rows; ++r, src += srcStride, dst += dstStride) {
+        const __m512i s = _mm512_maskz_loadu_epi8(srcMask, src);
+        __m512i i0 = _mm512_load_si512(t.index[0]);
+        __m512i i1 = _mm512_load_si512(t.index[1]);
+        __m512i i2 = _mm512_load_si512(t.index[2]);
+        unsigned char* d = dst;
+        uint32_t left = bytes;
+        for (; left >= 192; left -= 192, d += 192) {
+            put64(d, out(s, i0, b0));
+            put64(d + 64, out(s, i1, b1));
+            put64(d + 128, out(s, i2, b2));
+            i0 = _mm512_add_epi8(i0, step);
+            i1 = _mm512_add_epi8(i1, step);
+            i2 = _mm512_add_epi8(i2, step);
+        }
+        // The last 1 to 191 bytes: whole stores, then one under a mask.
+        if (left > 128) {
+            put64(d, out(s, i0, b0));
+            put64(d + 64, out(s, i1, b1));
+            put(d + 128, ~0ull >> (192 - left), out(s, i2, b2));
+        } else if (left > 64) {
+            put64(d, out(s, i0, b0));
+            put(d + 64, ~0ull >> (128 - left), out(s, i1, b1));
+        } else if (left > 0) {
+            put(d, ~0ull >> (64 - left), out(s, i0, b0));
+        }
+    }
 }
 #endif
 
-// `bytes` whole source bytes, eight 32-bit pixels each.
-void expand32(const unsigned char* src, uint32_t bytes, uint32_t* dst)
+// Rows through the AVX-512 conversion above when this processor has it
+// and a row fits in one register; false leaves them to the caller.
+template <uint32_t unit>
+bool rowsAvx512(int cap, const unsigned char* src, size_t srcStride, uint32_t rows, uint32_t pixels,
+                void* dst, size_t dstStride, uint32_t copies = 1, size_t copySpacing = 0)
 {
+#ifdef UTK_AVX2_STORES
+    if (pixels <= AVX512_MAX_PIXELS && haveAvx512(cap)) {
+        permuteRowsAvx512<unit>(src, srcStride, rows, pixels, static_cast<unsigned char*>(dst),
+                                dstStride, copies, copySpacing);
+        return true;
+    }
+#else
+    (void)cap, (void)src, (void)srcStride, (void)rows, (void)pixels, (void)dst, (void)dstStride;
+    (void)copies, (void)copySpacing;
+#endif
+    return false;
+}
+
+// How many of `rows` device rows, `spacing` bytes apart from byte
+// `first` on and at most `devRows`, have all their `bytes` bytes inside
+// the device mapping.
+uint32_t wholeRows(uint64_t first, uint64_t spacing, uint64_t bytes, uint32_t rows,
+                   uint64_t devRows)
+{
+    uint64_t n = std::min<uint64_t>(rows, devRows);
+    if (n == 0 || first + bytes > s_mapLength)
+        return 0;
+    if (spacing > 0)
+        n = std::min<uint64_t>(n, (s_mapLength - first - bytes) / spacing + 1);
+    return static_cast<uint32_t>(n);
+}
+
+// `bytes` whole source bytes, eight 32-bit pixels each.
+void expand32(int cap, const unsigned char* src, uint32_t bytes, uint32_t* dst)
+{
+    (void)cap; // unused where there is no vector code
     const Argb& t = argbTable();
 #ifdef UTK_AVX2_STORES
-    if (haveAvx2())
+    if (haveAvx2(cap))
         return expand32Avx2(src, bytes, dst, t);
 #endif
     for (uint32_t b = 0; b < bytes; ++b)
@@ -215,12 +360,13 @@ void expand32(const unsigned char* src, uint32_t bytes, uint32_t* dst)
 // `bytes` whole source bytes, 24 device bytes each. Every store but the
 // last writes 32 bytes; the 8 beyond its pixels are rewritten at once by
 // the next one, so nothing past the last pixel is touched.
-void expand24(const unsigned char* src, uint32_t bytes, unsigned char* dst)
+void expand24(int cap, const unsigned char* src, uint32_t bytes, unsigned char* dst)
 {
+    (void)cap; // unused where there is no vector code
     if (bytes == 0)
         return;
 #ifdef UTK_AVX2_STORES
-    if (haveAvx2()) {
+    if (haveAvx2(cap)) {
         static const Spread spread(3);
         const uint32_t done = spreadAvx2<3>(src, bytes, dst, spread);
         src += done;
@@ -236,22 +382,26 @@ void expand24(const unsigned char* src, uint32_t bytes, unsigned char* dst)
     memcpy(dst + 24 * (bytes - 1), t.v[src[bytes - 1]], 24);
 }
 
-// `bytes` whole source bytes, 24 16-bit pixels each.
-void expand16(const unsigned char* src, uint32_t bytes, unsigned short* dst)
+// `bytes` whole source bytes, 24 16-bit pixels each, written `copies`
+// times, `spacing` pixels apart; answers the bytes done.
+void expand16(int cap, const unsigned char* src, uint32_t bytes, unsigned short* dst,
+              uint32_t copies, size_t spacing)
 {
+    (void)cap; // unused where there is no vector code
 #ifdef UTK_AVX2_STORES
-    if (haveAvx2()) {
+    if (haveAvx2(cap)) {
         static const Spread spread(6);
-        const uint32_t done =
-            spreadAvx2<6>(src, bytes, reinterpret_cast<unsigned char*>(dst), spread);
+        const uint32_t done = spreadAvx2<6>(src, bytes, reinterpret_cast<unsigned char*>(dst),
+                                            spread, copies, spacing * 2);
         src += done;
         dst += 24 * done;
         bytes -= done;
     }
 #endif
     const Hw& t = hwTable();
-    for (uint32_t b = 0; b < bytes; ++b)
-        memcpy(dst + 24 * b, t.v[src[b]], 48);
+    for (uint32_t c = 0; c < copies; ++c, dst += spacing)
+        for (uint32_t b = 0; b < bytes; ++b)
+            memcpy(dst + 24 * b, t.v[src[b]], 48);
 }
 
 } // namespace
@@ -536,14 +686,22 @@ static void tripleBits(const unsigned char* src, uint32_t from, uint32_t to, T o
     }
 }
 
+// scan_line_hw() into `copies` device rows, `spacing` pixels apart.
+static void scanLine16(int cap, const unsigned char* src, uint32_t count, unsigned short* dst,
+                       uint32_t copies, size_t spacing)
+{
+    if (rowsAvx512<6>(cap, src, 0, 1, count, dst, 0, copies, spacing * 2))
+        return;
+    const uint32_t whole = count / 8;
+    expand16(cap, src, whole, dst, copies, spacing);
+    for (uint32_t c = 0; c < copies; ++c, dst += spacing)
+        tripleBits<unsigned short>(src, whole * 8, count, 0xFFFF, 0x0000, dst + 24 * whole);
+}
+
 void UScreenZQ4::scan_line_hw(int count, unsigned char* src, unsigned short* dst)
 {
-    if (count <= 0)
-        return;
-    const uint32_t whole = static_cast<uint32_t>(count) / 8;
-    expand16(src, whole, dst);
-    tripleBits<unsigned short>(src, whole * 8, static_cast<uint32_t>(count), 0xFFFF, 0x0000,
-                               dst + 24 * whole);
+    if (count > 0)
+        scanLine16(s_vectorCap, src, static_cast<uint32_t>(count), dst, 1, 0);
 }
 
 void UScreenZQ4::flush()
@@ -552,6 +710,7 @@ void UScreenZQ4::flush()
         return;
 
     const unsigned char* buf = s_drawBuffer;
+    const int cap = s_vectorCap;
     const uint32_t rows = vinfo_ram.yres;
     const uint32_t rowBytes = finfo_ram.line_length;
     const uint32_t devW = vinfo_real.xres;
@@ -573,7 +732,14 @@ void UScreenZQ4::flush()
         centre(devW, devH, vinfo_ram.xres, rows, x0, y0);
         uint32_t* dev = reinterpret_cast<uint32_t*>(s_deviceMemory);
         const uint32_t wanted = devW > x0 ? devW - x0 : 0;
-        for (uint32_t r = 0; r < rows && y0 + r < devH; ++r) {
+        // Rows wholly inside the mapping in one go where the processor
+        // allows, the rest (and every row elsewhere) one by one.
+        const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
+        const uint32_t full = static_cast<uint32_t>(std::min<uint64_t>(wanted, bitsPerRow));
+        uint32_t r = wholeRows(first * 4, devW * 4ull, full * 4ull, rows, devH - y0);
+        if (!rowsAvx512<4>(cap, buf, rowBytes, r, full, dev + first, devW * 4ull))
+            r = 0;
+        for (; r < rows && y0 + r < devH; ++r) {
             const uint64_t start = static_cast<uint64_t>(y0 + r) * devW + x0;
             uint32_t cols = fitInMapping(start * 4, 4, wanted);
             if (cols > bitsPerRow)
@@ -581,7 +747,7 @@ void UScreenZQ4::flush()
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             uint32_t* d = dev + start;
             const uint32_t whole = cols / 8;
-            expand32(src, whole, d);
+            expand32(cap, src, whole, d);
             for (uint32_t i = whole * 8; i < cols; ++i)
                 d[i] = (src[i / 8] & (0x80u >> (i % 8))) ? 0xFF000000u : 0xFFFFFFFFu;
         }
@@ -593,7 +759,12 @@ void UScreenZQ4::flush()
         const uint32_t rowPixels = devLine / 3;
         uint32_t wanted = devW < rowPixels ? devW : rowPixels;
         wanted = wanted > x0 ? wanted - x0 : 0;
-        for (uint32_t r = 0; r < rows && y0 + r < devH; ++r) {
+        const uint64_t first = static_cast<uint64_t>(y0) * devLine + x0 * 3u;
+        const uint32_t full = static_cast<uint32_t>(std::min<uint64_t>(wanted, bitsPerRow));
+        uint32_t r = wholeRows(first, devLine, full * 3ull, rows, devH - y0);
+        if (!rowsAvx512<3>(cap, buf, rowBytes, r, full, s_deviceMemory + first, devLine))
+            r = 0;
+        for (; r < rows && y0 + r < devH; ++r) {
             const uint64_t start = static_cast<uint64_t>(y0 + r) * devLine + x0 * 3u;
             uint32_t cols = fitInMapping(start, 3, wanted);
             if (cols > bitsPerRow)
@@ -601,7 +772,7 @@ void UScreenZQ4::flush()
             const unsigned char* src = buf + static_cast<size_t>(r) * rowBytes;
             unsigned char* d = s_deviceMemory + start;
             const uint32_t whole = cols / 8;
-            expand24(src, whole, d);
+            expand24(cap, src, whole, d);
             tripleBits<unsigned char>(src, whole * 8, cols, 0xFF, 0x00, d + 24 * whole);
         }
         break;
@@ -617,10 +788,23 @@ void UScreenZQ4::flush()
             wanted = vinfo_ram.xres;
         if (wanted > bitsPerRow)
             wanted = static_cast<uint32_t>(bitsPerRow);
-        // Each buffer row is converted three times: converting beats
-        // copying the first device row (memcpy of rows this short is
-        // slower than the conversion's own stores).
-        for (uint32_t r = 0; r < rows; ++r) {
+        // The buffer rows whose three device rows are all on the device
+        // and wholly in the mapping: with vector code each is converted
+        // once and every store goes to all three rows (AVX-512 does them
+        // all in one call); copying the first device row would be slower,
+        // memcpy of rows this short being slower than the stores. The
+        // rows cut short are converted one device row at a time.
+        const uint64_t first = static_cast<uint64_t>(y0) * devW + x0;
+        const uint32_t whole = wholeRows((first + 2ull * devW) * 2, devW * 6ull, wanted * 6ull,
+                                         rows, (devH - y0) / 3);
+        uint32_t r = 0;
+        if (rowsAvx512<6>(cap, buf, rowBytes, whole, wanted, dev + first, devW * 6ull, 3,
+                          devW * 2ull))
+            r = whole;
+        for (; r < whole; ++r)
+            scanLine16(cap, buf + static_cast<size_t>(r) * rowBytes, wanted,
+                       dev + first + 3ull * devW * r, 3, devW);
+        for (; r < rows; ++r) {
             unsigned char* src = s_drawBuffer + static_cast<size_t>(r) * rowBytes;
             for (uint32_t k = 0; k < 3; ++k) {
                 const uint64_t y = static_cast<uint64_t>(y0) + 3u * r + k;

@@ -63,23 +63,46 @@ void reference(const Device& d, const unsigned char* buf, uint32_t xres, uint32_
 
 } // namespace
 
+// Caps the vector code the conversions may use (see uscreenzq4.h).
+struct UScreenZQ4TestAccess {
+    static void setVectorCap(int cap) { UScreenZQ4::s_vectorCap = cap; }
+};
+
 TEST_F(ScreenTest, FlushMatchesThePerPixelConversionOnRandomImages)
 {
     // Centred, at the top-left corner, clipped by width, height, line
     // length or mapping, padded lines, 199-pixel rows with a spare bit,
-    // partial magnified pixels, and a depth that is never converted.
-    const Device devices[] = {
+    // partial magnified pixels, a depth that is never converted, odd
+    // centring offsets (unaligned rows), and a magnified row whose third
+    // device row is cut by the end of the mapping, or by the last device
+    // row with mapping to spare.
+    std::vector<Device> devices = {
         {320, 240, 32, 0}, {320, 240, 32, 1344}, {192, 100, 32, 0}, {100, 30, 32, 0},
         {100, 30, 32, 200}, {320, 240, 24, 0}, {320, 240, 24, 1000}, {150, 20, 24, 301},
         {640, 200, 16, 0}, {320, 240, 16, 0}, {100, 50, 16, 0}, {10, 10, 16, 4},
-        {320, 240, 8, 0},
+        {320, 240, 8, 0}, {203, 51, 32, 0}, {205, 53, 24, 0}, {609, 150, 16, 0},
+        {100, 12, 16, 199}, {30, 10, 16, 100},
     };
+    // Narrow devices (image at the top-left corner, clipped): rows of every
+    // length around the 64-byte stores and their groups of three, 1 to 70
+    // pixels (up to 280 device bytes at 32 bits, 420 at 16).
+    for (uint32_t w = 1; w <= 70; ++w) {
+        devices.push_back({w, 4, 32, 0});
+        devices.push_back({w, 4, 24, 0});
+        devices.push_back({3 * w, 4, 16, 0});
+    }
     std::mt19937 rng(7);
-    for (int model : {0, 49, 62}) {
+    // Every path this processor has: AVX-512, AVX2, portable.
+    struct CapReset {
+        ~CapReset() { UScreenZQ4TestAccess::setVectorCap(2); }
+    } capReset;
+    for (int run = 0; run < 9; ++run) {
+        const int cap = 2 - run / 3, model = std::vector<int>{0, 49, 62}[run % 3];
+        UScreenZQ4TestAccess::setVectorCap(cap);
         SysHardwareVersion::setModel(model);
         for (const Device& d : devices) {
-            SCOPED_TRACE("model " + std::to_string(model) + ", " + std::to_string(d.w) + "x"
-                         + std::to_string(d.h) + "@" + std::to_string(d.bpp) + " line "
+            SCOPED_TRACE("vector cap " + std::to_string(cap) + ", model " + std::to_string(model)
+                         + ", " + std::to_string(d.w) + "x" + std::to_string(d.h) + "@" + std::to_string(d.bpp) + " line "
                          + std::to_string(d.line));
             screen.reset();
             const size_t segment = model == 62 ? 1200 : model == 49 ? 1008 : 1152;
