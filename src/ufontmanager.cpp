@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <deque>
-#include <iostream>
 #include <new>
-#include <sstream>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -18,6 +19,7 @@
 #include <hb-ft.h>
 #include <hb.h>
 
+#include "uappcomms.h"
 #include "uapplication.h"
 #include "udrawer.h"
 
@@ -28,11 +30,6 @@ namespace {
 const unsigned int SHAPE_SLOTS = 128;      // direct-mapped, a power of two
 const unsigned int MAX_CACHED_UNITS = 128; // longer texts are shaped every time
 const size_t MAX_GLYPHS = 1024;
-
-void writeLine(const std::ostringstream& line)
-{
-    std::cout << line.str() << std::endl;
-}
 
 // Reads the whole of a regular file into out (anything else, a directory
 // or a device, reads as empty, which no font driver takes). Answers 0, or
@@ -456,10 +453,12 @@ void UFontManager::loadFont(const UString& path, const UString& name)
             fterr = FT_Err_Unknown_File_Format;
     }
     if (face == nullptr || fterr != 0) {
-        std::ostringstream line;
-        line << "UFontManager: FT_New_Face failed for: " << file << " with error: " << fterr
-             << ", face: " << static_cast<const void*>(face);
-        writeLine(line);
+        // The face as a stream prints a pointer: "0" for none, else 0x and
+        // lower-case hex digits; "%#" does exactly that.
+        char faceText[2 + 2 * sizeof(void*) + 1];
+        std::snprintf(faceText, sizeof faceText, "%#" PRIxPTR, reinterpret_cast<uintptr_t>(face));
+        UAppComms::writeLine("UFontManager: FT_New_Face failed for: " + file +
+                             " with error: " + std::to_string(fterr) + ", face: " + faceText);
         if (face)
             FT_Done_Face(face);
         return;
@@ -467,9 +466,7 @@ void UFontManager::loadFont(const UString& path, const UString& name)
 
     hb_font_t* font = hb_ft_font_create(face, nullptr);
     if (font == nullptr || font == hb_font_get_empty()) {
-        std::ostringstream line;
-        line << "UFontManager: hb_ft_font_create failed for: " << file;
-        writeLine(line);
+        UAppComms::writeLine("UFontManager: hb_ft_font_create failed for: " + file);
         if (font)
             hb_font_destroy(font);
         FT_Done_Face(face);
