@@ -191,6 +191,9 @@ TEST_F(Phone, TerminalViewInTmuxFollowsKeys)
     EXPECT_TRUE(eventually([&] { return !shows("phone_launcher"); }, 20)) << pane();
     shell(tmux + " send-keys q");
     EXPECT_TRUE(eventually([&] { return readFile(dir + "/log").find("phone-desktop exited with 0") != std::string::npos; }, 20));
+    // The session ends once the phone has stopped every phonelet and
+    // cleaned up (its pane runs the phone, then "sleep 1").
+    EXPECT_TRUE(eventually([&] { return shell(tmux + " has-session 2>/dev/null") != 0; }, 20)) << log();
     shell(tmux + " kill-server 2>/dev/null");
     expectNothingLeft(log());
 }
