@@ -118,11 +118,7 @@ TEST_F(WidgetTest, AddRemoveAndReparentMoveWidgetsBetweenWindowsAndChildren)
     EXPECT_EQ(w, wm->windows().back());
     EXPECT_EQ(&parent, wm->activeWindow()); // the first window again
     EXPECT_TRUE(paints().empty());          // so other's refresh() posts nothing
-
-    wm->show(w);
-    w->setParent(&parent);
-    EXPECT_EQ(&parent, wm->activeWindow());
-    EXPECT_EQ(2u, wm->windows().size());
+    delete w;
 }
 
 TEST_F(WidgetTest, KeysGoToVisibleChildrenFrontFirstUntilOneConsumes)
