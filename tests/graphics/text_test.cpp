@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include <ft2build.h>
@@ -17,19 +16,14 @@
 
 namespace {
 
+using textart::readFile;
+
 UString units(std::initializer_list<unsigned short> list)
 {
     UString s;
     for (unsigned short u : list)
         s.append(u);
     return s;
-}
-
-std::string readFile(const std::string& path)
-{
-    std::stringstream ss;
-    ss << std::ifstream(path, std::ios::binary).rdbuf();
-    return ss.str();
 }
 
 std::string writeTemp(const std::string& name, const std::string& data)

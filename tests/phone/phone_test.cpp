@@ -30,13 +30,7 @@ const char* const TIME = "UTK_PHONE_TIME=2026-11-23 09:41";
 // For the phonelets of a ThreadSanitizer build (ignored by the others).
 const std::string TSAN = "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1";
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+using textart::readFile;
 
 int shell(const std::string& command)
 {

@@ -65,7 +65,7 @@ TEST_F(DateTimeLabelTest, ClockWrapsAtMidnightWithAFlashingSeparatorOnBothDials)
     label->set24mode(false);
     EXPECT_EQ(clockAt(12, 30, 0), "12:30pm");
     EXPECT_EQ(clockAt(0, 5, 0), "12 05am");
-    EXPECT_EQ(clockAt(13, 7, 0), "01 07pm");
+    EXPECT_EQ(clockAt(13, 7, 0), "01:07pm");
 }
 
 TEST_F(DateTimeLabelTest, DayLabelsComeMondayFirst)
