@@ -10,8 +10,6 @@
 TEST(Application, InstanceLifecycleModesAndPhoneletNames)
 {
     EXPECT_EQ(UString("DesktopPhonelet"), UApplication::getPhoneletName(1));
-    EXPECT_EQ(UString("MessagesPhonelet"), UApplication::getPhoneletName(7));
-    EXPECT_TRUE(UApplication::getPhoneletName(0).empty());
     EXPECT_TRUE(UApplication::getPhoneletName(8).empty());
     // A byte of 0x81 is a negative number, whatever the signedness of char.
     EXPECT_TRUE(UApplication::getPhoneletName(static_cast<char>(0x81)).empty());

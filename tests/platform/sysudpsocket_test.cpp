@@ -53,16 +53,9 @@ TEST_F(UdpPair, FailuresReturnMinusOne)
     SysUdpSocket s; // never opened
     EXPECT_EQ(s.read(buf, sizeof buf, nullptr, nullptr), -1);
     EXPECT_EQ(s.write(buf, sizeof buf, LOOPBACK, 9), -1);
-    s.shutdownRead();
-    EXPECT_EQ(s.open(0, SysAddressFamilyIPv4, "bad", "not-an-address"), -1);
-    EXPECT_EQ(s.open(0, static_cast<SysAddressFamily>(0), "fam", "127.0.0.1"), -1); // no family
     EXPECT_EQ(s.open(a.localPort(), SysAddressFamilyIPv4, "taken", "127.0.0.1"), -1);
-    EXPECT_EQ(s.socketHandle(), -1);
     // Negative lengths and a missing buffer never reach the system.
     EXPECT_EQ(a.read(buf, -1, nullptr, nullptr), -1);
     EXPECT_EQ(a.read(nullptr, 4, nullptr, nullptr), -1);
     EXPECT_EQ(a.write(buf, -1, LOOPBACK, a.localPort()), -1);
-    a.close();
-    a.close();
-    EXPECT_EQ(a.socketHandle(), -1);
 }

@@ -27,25 +27,17 @@ extern char** environ;
 
 namespace harness {
 
-inline std::vector<std::string> split(const std::string& text, char separator)
-{
-    std::vector<std::string> words;
-    std::stringstream ss(text);
-    for (std::string w; std::getline(ss, w, separator);)
-        if (!w.empty())
-            words.push_back(w);
-    return words;
-}
-
 class PhoneletProcess {
 public:
     PhoneletProcess(const std::string& label, const std::vector<std::string>& args,
                     const std::vector<std::string>& extraEnv, bool emulated = true)
         : m_label(label)
     {
-        // The emulator's words are joined by '|'.
-        std::vector<std::string> argv = emulated ? split(UTK_TEST_EMULATOR_CMD, '|')
-                                                 : std::vector<std::string>();
+        std::vector<std::string> argv; // the emulator's words, joined by '|'
+        std::stringstream emulator(emulated ? UTK_TEST_EMULATOR_CMD : "");
+        for (std::string w; std::getline(emulator, w, '|');)
+            if (!w.empty())
+                argv.push_back(w);
         argv.insert(argv.end(), args.begin(), args.end());
         std::vector<std::string> env;
         for (char** e = environ; *e; ++e)

@@ -50,7 +50,6 @@ public:
     }
     void setPixel(unsigned short x, unsigned short y, unsigned char value) override
     {
-        ++setPixelCalls;
         if (recordPixels)
             pixels.push_back(PixelCall{x, y, value});
         if (x >= m_width || y >= m_height)
@@ -92,7 +91,6 @@ public:
     int beginCalls = 0;
     int endCalls = 0;
     int flushCalls = 0;
-    long setPixelCalls = 0;
     bool recordPixels = false;
     std::vector<PixelCall> pixels;
     bool acceptLines = false;

@@ -42,6 +42,14 @@ inline std::string fromScreen(const UScreenIfc& s, int x0, int y0, int w, int h)
     return out;
 }
 
+// A whole file, empty when it cannot be read.
+inline std::string readFile(const std::string& path)
+{
+    std::stringstream ss;
+    ss << std::ifstream(path, std::ios::binary).rdbuf();
+    return ss.str();
+}
+
 inline std::string goldenPath(const std::string& name)
 {
     return std::string(UTK_SOURCE_DIR) + "/tests/golden/" + name + ".txt";
@@ -57,16 +65,14 @@ inline ::testing::AssertionResult matchesGolden(const std::string& art, const st
         std::ofstream(path, std::ios::binary) << art;
         return ::testing::AssertionSuccess();
     }
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    if (!std::ifstream(path))
         return ::testing::AssertionFailure() << "missing golden file " << path
                                              << " (run with UTK_UPDATE_GOLDEN=1)\n" << art;
-    std::stringstream ss;
-    ss << in.rdbuf();
-    if (ss.str() == art)
+    const std::string golden = readFile(path);
+    if (golden == art)
         return ::testing::AssertionSuccess();
     return ::testing::AssertionFailure() << "golden " << name << " differs.\nexpected:\n"
-                                         << ss.str() << "actual:\n" << art;
+                                         << golden << "actual:\n" << art;
 }
 
 } // namespace textart

@@ -8,7 +8,6 @@ namespace {
 
 const unsigned short ICON_UP = 0xE100;   // 10 pixels wide
 const unsigned short ICON_DOWN = 0xE101; // 10 pixels wide
-const unsigned short ICON_WIDE = 0xE104; // 12 pixels wide
 
 ULabel* addLabel(UWidget* parent, ULabel::TextAlignment a, int l, int t, int r, int b)
 {
@@ -22,38 +21,15 @@ ULabel* addLabel(UWidget* parent, ULabel::TextAlignment a, int l, int t, int r, 
 
 class LabelTest : public WidgetTest {};
 
-// The pictures pin the ordinary offsets; these are the edges around them.
+// The pictures pin the ordinary offsets; a text wider than the rectangle
+// starts at 0 right-aligned, and the spare width is compared as signed.
 TEST_F(LabelTest, OffsetsAtTheEdges)
 {
-    ASSERT_EQ(40, UDrawer::textWidth("Calls: 12"));
-    UString icons(ICON_UP);
-    icons.append(ICON_WIDE); // measured as wide as the first: 20 in all
-    // W = 99. Text is measured in the application's font, whatever the
-    // label's; unknown alignments count as left; a text wider than the
-    // rectangle starts at 0 centred or right-aligned, not further left.
-    const struct {
-        int align, text, icons, wide;
-    } cases[] = {
-        {ULabel::AlignCenterShifted, 29, 41, 0}, {ULabel::AlignRight, 58, 78, 0}, {7, 1, 1, 1}};
-    for (const auto& c : cases) {
-        std::unique_ptr<ULabel> l(
-            addLabel(nullptr, static_cast<ULabel::TextAlignment>(c.align), 10, 0, 109, 11));
-        l->setText("Calls: 12", false);
-        l->setIcons(icons);
-        l->setFont("icons");
-        EXPECT_EQ(c.text, l->getAlignmentXOffsetBasedOnCurrentText()) << c.align;
-        EXPECT_EQ(c.icons, l->getAlignmentXOffsetBasedOnCurrentIcons()) << c.align;
-        l->setText("Calls: 12 Calls: 12 Calls: 12", false);
-        EXPECT_EQ(c.wide, l->getAlignmentXOffsetBasedOnCurrentText()) << c.align;
-        if (c.align != ULabel::AlignRight)
-            continue;
-        EXPECT_EQ(1, l->getRectWidthDiff(98)); // a spare 1: offset 0, not -1
-        EXPECT_EQ(0, l->getRightSideXOffset(98));
-        EXPECT_EQ(1, l->getRightSideXOffset(97));
-        EXPECT_EQ(101, l->getRectWidthDiff(-2)); // compared as signed integers
-        l->setIcon(0); // glyph 0, not "no icon"
-        EXPECT_EQ(1u, l->getIcons().length());
-    }
+    std::unique_ptr<ULabel> l(addLabel(nullptr, ULabel::AlignRight, 10, 0, 109, 11)); // W = 99
+    l->setText("Calls: 12 Calls: 12 Calls: 12", false);
+    EXPECT_EQ(0, l->getAlignmentXOffsetBasedOnCurrentText());
+    EXPECT_EQ(0, l->getRightSideXOffset(98)); // a spare 1: offset 0, not -1
+    EXPECT_EQ(101, l->getRectWidthDiff(-2)); // compared as signed integers
 }
 
 // Texts in every alignment, an inverted one, one with a marker, icons
