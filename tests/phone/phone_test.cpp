@@ -1,8 +1,9 @@
 // The whole phone, run by utk-phone as real processes on real sockets, the
 // real key pipe and the simulated LCD: headless with a key script and
 // golden pictures (a client killed on the way), with its desktop killed,
-// and in a terminal under tmux. Each run must leave no process, pipe,
-// segment or LCD file behind.
+// in a terminal under tmux and in an SDL window under Xvfb. Each run must
+// leave no process, pipe, segment or LCD file behind.
+#include <png.h>
 #include <signal.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
@@ -189,6 +190,51 @@ TEST_F(Phone, TerminalViewInTmuxFollowsKeys)
     EXPECT_TRUE(eventually([&] { return shell(tmux + " has-session 2>/dev/null") != 0; }, 20)) << log();
     shell(tmux + " kill-server 2>/dev/null");
     expectNothingLeft(log());
+}
+
+// The pixels of a PNG file as RGB.
+bool readPng(const std::string& path, snapshot::Picture& out)
+{
+    png_image image = png_image();
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&image, path.c_str()))
+        return false;
+    image.format = PNG_FORMAT_RGB;
+    out.width = image.width;
+    out.height = image.height;
+    out.rgb.resize(PNG_IMAGE_SIZE(image));
+    return png_image_finish_read(&image, nullptr, out.rgb.data(), 0, nullptr) != 0;
+}
+
+TEST_F(Phone, WindowViewUnderXvfbShowsTheLcd)
+{
+    if (shell("command -v xvfb-run >/dev/null") != 0)
+        GTEST_SKIP() << "xvfb-run is not installed";
+    const int code = phone({"--window", "--scale", "4", "--read-back", dir + "/window.png"},
+                           "settle 800\ntap menu\nawait\nquit\n", 60,
+                           {"SDL_AUDIODRIVER=dummy",
+                            // SDL's D-Bus connection is never freed.
+                            "LSAN_OPTIONS=report_objects=1:suppressions=" +
+                                std::string(UTK_SOURCE_DIR) + "/tests/phone/lsan.supp"},
+                           "xvfb-run -a -s '-screen 0 800x600x24 -nolisten tcp'");
+    const std::string log = this->log();
+    ASSERT_EQ(code, 0) << log;
+    snapshot::Picture window;
+    ASSERT_TRUE(readPng(dir + "/window.png", window));
+    // The LCD sits 16 pixels from the top, centred, each pixel a 4 x 4
+    // block whose top and left edges carry the grid: its inside is the
+    // pixel's own colour.
+    ASSERT_GE(window.width, 199u * 4);
+    const uint32_t x0 = (window.width - 199 * 4) / 2, y0 = 16;
+    std::string seen;
+    for (uint32_t y = 0; y < 48; ++y, seen += '\n')
+        for (uint32_t x = 0; x < 199; ++x)
+            seen += window.rgb[(size_t(y0 + y * 4 + 2) * window.width + x0 + x * 4 + 2) * 3] < 128 ? '#' : '.';
+    EXPECT_TRUE(textart::matchesGolden(seen, "phone_launcher"));
+    // The grid line between two light pixels is grey, not white.
+    const uint8_t* edge = &window.rgb[(size_t(y0 + 4 * 1) * window.width + x0 + 4 * 100 + 2) * 3];
+    EXPECT_EQ(edge[0], 128);
+    expectNothingLeft(log);
 }
 
 } // namespace

@@ -203,3 +203,21 @@ TEST_F(ScreenTest, WithoutDeviceMappingOrSegmentNothingIsWritten)
         EXPECT_EQ(SimFramebuffer::openDevices(), 0) << "the descriptor is closed";
     }
 }
+
+TEST_F(ScreenTest, SimulatorNamesEveryRefusedSetting)
+{
+    const struct { const char* id; uint32_t w, h, bpp, line; const char* lines; } cases[] = {
+        {"utksim", 320, 240, 15, 0, "utksimfb: bitsPerPixel=15 refused (accepted: 1, 8, 16, 24 or 32)\n"},
+        {"utksim", 0, 9000, 32, 0,
+         "utksimfb: xres=0 refused (accepted: 1 to 8192)\nutksimfb: yres=9000 refused (accepted: 1 to 8192)\n"},
+        {"utksim", 8192, 8192, 32, 32769,
+         "utksimfb: lineLength=32769 refused: 8192 rows of it make 268443648 bytes (accepted: at most 268435456)\n"},
+        {"abcdefghijklmnopq", 320, 240, 32, 0, "utksimfb: id=abcdefghijklmnopq refused: 17 characters (accepted: at most 16)\n"},
+    };
+    for (const auto& c : cases) {
+        ::testing::internal::CaptureStderr();
+        EXPECT_FALSE(SimFramebuffer::configure(c.id, c.w, c.h, c.bpp, c.line));
+        EXPECT_EQ(::testing::internal::GetCapturedStderr(), c.lines);
+    }
+    EXPECT_TRUE(SimFramebuffer::configure("abcdefghijklmnop", 1, 8192, 1)); // all at their limits
+}
