@@ -531,46 +531,38 @@ const UFontManager::Shaped* UFontManager::shape(const UString& name, const UStri
     }
     hb_buffer_t* b = m_buffer;
     hb_font_t* font = data.shapingFont(entry.font.m_face);
-    if (locale == 0 && data.fromTable(font, b, units, *shaped)) {
-        if (slot) {
-            slot->used = true;
-            slot->locale = locale;
-            slot->units = units;
+    // Text the per-character table covers skips HarfBuzz.
+    if (locale != 0 || !data.fromTable(font, b, units, *shaped)) {
+        hb_buffer_clear_contents(b);
+        adjustBufferForLocale(b);
+        hb_buffer_guess_segment_properties(b);
+        // HarfBuzz reads the text as the UTF-8 that UString makes of it, up to
+        // its first NUL. Without surrogates (which that UTF-8 spells unit by
+        // unit, and HarfBuzz then replaces byte by byte) the units themselves
+        // read the same and save the conversion.
+        const size_t end = std::find(units.begin(), units.end(), 0) - units.begin();
+        if (std::none_of(units.begin(), units.begin() + end,
+                         [](unsigned short u) { return u >= 0xD800 && u <= 0xDFFF; })) {
+            hb_buffer_add_utf16(b, reinterpret_cast<const uint16_t*>(units.data()),
+                                static_cast<int>(end), 0, -1);
+        } else {
+            const std::string utf8 = text.toUTF8();
+            hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
         }
-        if (glyphs)
-            data.resolve(entry.font.m_face, *shaped);
-        return shaped;
+        hb_shape(font, b, nullptr, 0);
+        unsigned int n = 0;
+        const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
+        const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
+        shaped->indices.resize(n);
+        shaped->advances.resize(n);
+        shaped->glyphs.clear();
+        shaped->generation = 0;
+        for (unsigned int i = 0; i < n; ++i) {
+            shaped->indices[i] = info[i].codepoint;
+            shaped->advances[i] = pos[i].x_advance / 64;
+        }
+        hb_buffer_clear_contents(b);
     }
-
-    hb_buffer_clear_contents(b);
-    adjustBufferForLocale(b);
-    hb_buffer_guess_segment_properties(b);
-    // HarfBuzz reads the text as the UTF-8 that UString makes of it, up to
-    // its first NUL. Without surrogates (which that UTF-8 spells unit by
-    // unit, and HarfBuzz then replaces byte by byte) the units themselves
-    // read the same and save the conversion.
-    const size_t end = std::find(units.begin(), units.end(), 0) - units.begin();
-    if (std::none_of(units.begin(), units.begin() + end,
-                     [](unsigned short u) { return u >= 0xD800 && u <= 0xDFFF; })) {
-        hb_buffer_add_utf16(b, reinterpret_cast<const uint16_t*>(units.data()),
-                            static_cast<int>(end), 0, -1);
-    } else {
-        const std::string utf8 = text.toUTF8();
-        hb_buffer_add_utf8(b, utf8.c_str(), -1, 0, -1);
-    }
-    hb_shape(font, b, nullptr, 0);
-    unsigned int n = 0;
-    const hb_glyph_info_t* info = hb_buffer_get_glyph_infos(b, &n);
-    const hb_glyph_position_t* pos = hb_buffer_get_glyph_positions(b, nullptr);
-    shaped->indices.resize(n);
-    shaped->advances.resize(n);
-    shaped->glyphs.clear();
-    shaped->generation = 0;
-    for (unsigned int i = 0; i < n; ++i) {
-        shaped->indices[i] = info[i].codepoint;
-        shaped->advances[i] = pos[i].x_advance / 64;
-    }
-    hb_buffer_clear_contents(b);
 
     if (slot) {
         slot->used = true;

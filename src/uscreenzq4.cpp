@@ -148,25 +148,30 @@ __attribute__((target("avx2"))) void expand32Avx2(const unsigned char* src, uint
                             _mm256_load_si256(reinterpret_cast<const __m256i*>(t.v[src[b]])));
 }
 
+// For 3 vectors of W device bytes: each byte's source byte (index) and the
+// bit of its pixel there (bit), for pixels `unit` device bytes wide.
+template <uint32_t W>
+struct PixelLanes {
+    alignas(W) unsigned char index[3][W];
+    alignas(W) unsigned char bit[3][W];
+    explicit PixelLanes(uint32_t unit)
+    {
+        for (uint32_t k = 0; k < 3; ++k)
+            for (uint32_t i = 0; i < W; ++i) {
+                const uint32_t p = (W * k + i) / unit;
+                index[k][i] = static_cast<unsigned char>(p / 8);
+                bit[k][i] = static_cast<unsigned char>(0x80u >> (p % 8));
+            }
+    }
+};
+using Spread = PixelLanes<32>;
+
 // Pixels repeated over `rep` device bytes each (3 at 24 bits per pixel, 6
 // at 16), computed 96 device bytes at a time without a table: the source
 // bytes are spread over every 128-bit lane, a byte shuffle gives each
 // device byte the source byte holding its pixel, and comparing that pixel's
 // bit with itself yields 0xFF or 0x00. Answers how many source bytes were
 // done (whole groups of 32 / rep pixels); the caller does the rest.
-struct Spread {
-    alignas(32) unsigned char index[3][32];
-    alignas(32) unsigned char bit[3][32];
-    explicit Spread(uint32_t rep)
-    {
-        for (uint32_t k = 0; k < 3; ++k)
-            for (uint32_t i = 0; i < 32; ++i) {
-                const uint32_t p = (32 * k + i) / rep;
-                index[k][i] = static_cast<unsigned char>(p / 8);
-                bit[k][i] = static_cast<unsigned char>(0x80u >> (p % 8));
-            }
-    }
-};
 
 template <uint32_t rep>
 __attribute__((target("avx2"))) uint32_t spreadAvx2(const unsigned char* src, uint32_t bytes,
@@ -218,19 +223,7 @@ bool haveAvx2(int cap)
 // masked, so nothing past the row's last pixel is read or written and no
 // call or scalar tail is left. The pattern repeats every 192 device bytes
 // (3 stores), whose pixels lie 192 / unit / 8 buffer bytes further on.
-struct Permute {
-    alignas(64) unsigned char index[3][64];
-    alignas(64) unsigned char bit[3][64];
-    explicit Permute(uint32_t unit)
-    {
-        for (uint32_t k = 0; k < 3; ++k)
-            for (uint32_t i = 0; i < 64; ++i) {
-                const uint32_t p = (64 * k + i) / unit;
-                index[k][i] = static_cast<unsigned char>(p / 8);
-                bit[k][i] = static_cast<unsigned char>(0x80u >> (p % 8));
-            }
-    }
-};
+using Permute = PixelLanes<64>;
 
 const uint32_t AVX512_MAX_PIXELS = 512; // 64 buffer bytes in one register
 
