@@ -408,6 +408,18 @@ std::string setUp(Setup setup)
     return g_rig ? g_rig->problem() : std::string();
 }
 
+// setUp() for a toolkit benchmark: the rig, or null after marking the
+// benchmark skipped with the problem.
+Rig* rigFor(benchmark::State& state, Setup setup)
+{
+    const std::string problem = setUp(setup);
+    if (!problem.empty()) {
+        state.SkipWithError(problem.c_str());
+        return nullptr;
+    }
+    return g_rig.get();
+}
+
 void reportLatencies(benchmark::State& state, std::vector<double>& all, std::vector<double> v)
 {
     all.insert(all.end(), v.begin(), v.end());
@@ -420,12 +432,9 @@ void reportLatencies(benchmark::State& state, std::vector<double>& all, std::vec
 
 void BM_KeyToGlass(benchmark::State& state)
 {
-    const std::string problem = setUp(ONE_OWNER);
-    if (!problem.empty()) {
-        state.SkipWithError(problem.c_str());
+    Rig* rig = rigFor(state, ONE_OWNER);
+    if (!rig)
         return;
-    }
-    Rig* rig = g_rig.get();
     const uint32_t* syncs = rig->syncCount("CallLogPhonelet");
     if (!syncs) {
         state.SkipWithError("no simulated LCD");
@@ -527,12 +536,9 @@ void reportFanOut(benchmark::State& state, double t)
 
 void BM_FanOut(benchmark::State& state)
 {
-    const std::string problem = setUp(THREE_COUNTING);
-    if (!problem.empty()) {
-        state.SkipWithError(problem.c_str());
+    Rig* rig = rigFor(state, THREE_COUNTING);
+    if (!rig)
         return;
-    }
-    Rig* rig = g_rig.get();
     std::vector<const uint32_t*> counters;
     for (int i = 0; i < FAN_CLIENTS; ++i)
         counters.push_back(rig->counter(i));
